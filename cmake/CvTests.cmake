@@ -1,0 +1,87 @@
+# What the test folders are made with.
+
+find_path(CV_GOOGLETEST_FOLDER src/gtest-all.cc
+    PATHS /usr/src/googletest/googletest "$ENV{GOOGLETEST_ROOT}/googletest"
+    NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED
+    DOC "GoogleTest's sources: the folder that holds src/gtest-all.cc")
+
+# Longer than the watchdog of tests/support/main.cpp waits: it can tell where a hung program stands.
+set(cv_test_seconds 300)
+
+# GoogleTest, built for the target from its sources, and what our tests share.
+function(cv_support_library)
+    add_library(gtest STATIC "${CV_GOOGLETEST_FOLDER}/src/gtest-all.cc")
+    target_include_directories(gtest PRIVATE "${CV_GOOGLETEST_FOLDER}")
+    target_include_directories(gtest SYSTEM PUBLIC "${CV_GOOGLETEST_FOLDER}/include")
+    target_compile_options(gtest PRIVATE -w)
+
+    add_library(test_support STATIC
+        support/main.cpp support/seed.cpp support/faults.cpp
+        support/importpatch.cpp support/allocfail.cpp support/counters.cpp)
+    cv_own_code(test_support)
+    target_compile_options(test_support PRIVATE -g)
+    target_include_directories(test_support PUBLIC support)
+    target_link_libraries(test_support PUBLIC gtest)
+endfunction()
+
+# cv_test_program(NAME SOURCE...): a program with our main, started by hand or by another test.
+function(cv_test_program name)
+    add_executable(${name} ${ARGN})
+    cv_own_code(${name})
+    target_compile_options(${name} PRIVATE -g)
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    target_link_libraries(${name} PRIVATE test_support CVCore16)
+    add_dependencies(${name} runtime_dlls)
+endfunction()
+
+# cv_run_as_test(NAME): the ctest entry NAME for the program NAME_test.
+function(cv_run_as_test name)
+    if(CMAKE_CROSSCOMPILING_EMULATOR)
+        set_target_properties(${name}_test PROPERTIES
+            CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tools/wine-test")
+    endif()
+    add_dependencies(${name}_test runtime_dlls)
+    add_test(NAME ${name} COMMAND ${name}_test)
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${cv_test_seconds})
+endfunction()
+
+# cv_test(NAME [DESKTOP] SOURCE...): the program NAME_test and its one ctest entry NAME. DESKTOP is for tests
+# that need the input focus, the clipboard or another thing of which a desktop has one: they run one at a
+# time.
+function(cv_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "DESKTOP" "" "")
+    cv_test_program(${name}_test ${arg_UNPARSED_ARGUMENTS})
+    cv_run_as_test(${name})
+    if(arg_DESKTOP)
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK desktop)
+    endif()
+endfunction()
+
+# cv_test_plugin(NAME SOURCE...): a client DLL that tests load and free at run time.
+function(cv_test_plugin name)
+    add_library(${name} MODULE ${ARGN})
+    cv_own_code(${name})
+    target_compile_options(${name} PRIVATE -g)
+    target_link_libraries(${name} PRIVATE CVCore16)
+    set_target_properties(${name} PROPERTIES
+        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+    add_dependencies(${name} runtime_dlls)
+endfunction()
+
+# Each public header as the first include of a source of its own, as a client sees it and with the warnings
+# that a strict client may have on: what a header needs it includes itself.
+function(cv_headers_alone)
+    set(folder "${PROJECT_SOURCE_DIR}/core/h")
+    file(GLOB headers CONFIGURE_DEPENDS RELATIVE "${folder}" "${folder}/*.h")
+    set(sources)
+    foreach(header IN LISTS headers)
+        set(source "${CMAKE_CURRENT_BINARY_DIR}/alone/${header}.cpp")
+        file(CONFIGURE OUTPUT "${source}"
+            CONTENT "#include \"${header}\"\n#include \"${header}\" // guarded\n")
+        list(APPEND sources "${source}")
+    endforeach()
+    add_library(headers_alone OBJECT ${sources})
+    cv_own_code(headers_alone)
+    target_compile_options(headers_alone PRIVATE -Wconversion)
+    target_link_libraries(headers_alone PRIVATE CVCore16)
+endfunction()

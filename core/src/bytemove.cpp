@@ -1,0 +1,91 @@
+#include "bytemove.h"
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+// Below this the run-time's memmove is as fast (measured: level at 512 bytes, 1.8 times slower at 4 KiB).
+constexpr size_t kWideFrom = 512;
+constexpr size_t kRegister = sizeof(__m256i);
+
+// False until this is initialised, which is harmless: static objects of other modules may come first.
+const bool g_hasAvx2 = [] {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") != 0;
+}();
+
+__attribute__((target("avx2"))) inline __m256i Load(const char* from)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+}
+
+__attribute__((target("avx2"))) inline void Store(char* to, __m256i value)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value);
+}
+
+// Both walk from the end that is written over last, storing at aligned addresses. What aligned stores leave at either end
+// (less than a register each) is loaded before anything is stored and stored after all.
+
+__attribute__((target("avx2"))) void WideUp(char* to, const char* from, size_t bytes)
+{
+    const __m256i first = Load(from);
+    const __m256i last = Load(from + bytes - kRegister);
+    size_t left = bytes - (reinterpret_cast<uintptr_t>(to) + bytes) % kRegister;
+    for (; left >= 4 * kRegister; left -= 4 * kRegister) {
+        const __m256i a = Load(from + left - kRegister);
+        const __m256i b = Load(from + left - 2 * kRegister);
+        const __m256i c = Load(from + left - 3 * kRegister);
+        const __m256i d = Load(from + left - 4 * kRegister);
+        Store(to + left - kRegister, a);
+        Store(to + left - 2 * kRegister, b);
+        Store(to + left - 3 * kRegister, c);
+        Store(to + left - 4 * kRegister, d);
+    }
+    for (; left >= kRegister; left -= kRegister)
+        Store(to + left - kRegister, Load(from + left - kRegister));
+    Store(to + bytes - kRegister, last);
+    Store(to, first);
+}
+
+__attribute__((target("avx2"))) void WideDown(char* to, const char* from, size_t bytes)
+{
+    const __m256i first = Load(from);
+    const __m256i last = Load(from + bytes - kRegister);
+    size_t at = (kRegister - reinterpret_cast<uintptr_t>(to) % kRegister) % kRegister;
+    for (; bytes - at >= 4 * kRegister; at += 4 * kRegister) {
+        const __m256i a = Load(from + at);
+        const __m256i b = Load(from + at + kRegister);
+        const __m256i c = Load(from + at + 2 * kRegister);
+        const __m256i d = Load(from + at + 3 * kRegister);
+        Store(to + at, a);
+        Store(to + at + kRegister, b);
+        Store(to + at + 2 * kRegister, c);
+        Store(to + at + 3 * kRegister, d);
+    }
+    for (; bytes - at >= kRegister; at += kRegister)
+        Store(to + at, Load(from + at));
+    Store(to, first);
+    Store(to + bytes - kRegister, last);
+}
+
+} // namespace
+
+void ByteMove::Up(void* to, const void* from, size_t bytes)
+{
+    if (bytes >= kWideFrom && g_hasAvx2)
+        WideUp(static_cast<char*>(to), static_cast<const char*>(from), bytes);
+    else
+        std::memmove(to, from, bytes);
+}
+
+void ByteMove::Down(void* to, const void* from, size_t bytes)
+{
+    if (bytes >= kWideFrom && g_hasAvx2)
+        WideDown(static_cast<char*>(to), static_cast<const char*>(from), bytes);
+    else
+        std::memmove(to, from, bytes);
+}

@@ -1,0 +1,229 @@
+// sexcept.cpp: exceptions of the foundation.
+//
+// SEOutOfMemory decides how this file is built: from its constructor to its catch nothing may be allocated, yet its
+// location is an ordinary SString that copies like any other. Its texts therefore stand in static string buffers, each
+// holding one reference of its own for ever, so that sharing strings never bring the count to 0.
+#include "sexcept.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cwchar>
+
+namespace {
+
+constexpr wchar_t kLocationFormat[] = L"\nThrown from:\n %hs(%i): %hs";
+constexpr int kLocationRoom = 1074;
+constexpr wchar_t kLocationNotKept[] = L"\nThrown from:\n (too many places ran out of memory to keep this one)";
+constexpr wchar_t kResultText[] = L"\n    HRESULT = 0x%0.8X";
+constexpr wchar_t kOutOfMemoryText[] = L"\n    HRESULT = 0x8007000E";
+constexpr wchar_t kMeaningIndent[] = L"\n    ";
+
+// Formats a location into a buffer of kLocationRoom characters, cut at its last one. Allocates nothing.
+int FormatLocation(wchar_t* buffer, const char* function, const char* file, unsigned long line)
+{
+    const int length = ::_snwprintf(buffer, kLocationRoom, kLocationFormat, file ? file : "", static_cast<int>(line),
+                                    function ? function : "");
+    buffer[kLocationRoom - 1] = L'\0';
+    return length >= 0 && length < kLocationRoom ? length : kLocationRoom - 1;
+}
+
+// A location that an out-of-memory exception was thrown from.
+struct KeptLocation {
+    enum State : long { kFree, kFilling, kReady };
+
+    std::atomic<long> state { kFree };
+    SStringData data { 1, 0, kLocationRoom - 1 };
+    wchar_t text[kLocationRoom] = {};
+};
+static_assert(offsetof(KeptLocation, text) == offsetof(KeptLocation, data) + sizeof(SStringData),
+              "the characters of a string buffer follow its header");
+
+KeptLocation g_locations[SEOutOfMemory::kLocations];
+struct {
+    SStringData data;
+    wchar_t text[sizeof kLocationNotKept / sizeof(wchar_t)];
+} g_notKept = { { 1, static_cast<long>(std::size(kLocationNotKept)) - 1, static_cast<long>(std::size(kLocationNotKept)) - 1 },
+                L"\nThrown from:\n (too many places ran out of memory to keep this one)" };
+
+// The static buffer with this location. Threads that come here together may keep the same place twice; no harm.
+SStringData* KeepLocation(const char* function, const char* file, unsigned long line)
+{
+    wchar_t wanted[kLocationRoom];
+    const int length = FormatLocation(wanted, function, file, line);
+    for (KeptLocation& kept : g_locations) {
+        long state = KeptLocation::kFree;
+        if (kept.state.compare_exchange_strong(state, KeptLocation::kFilling, std::memory_order_acquire)) {
+            std::wmemcpy(kept.text, wanted, static_cast<size_t>(length) + 1);
+            kept.data.length = length;
+            kept.state.store(KeptLocation::kReady, std::memory_order_release);
+            return &kept.data;
+        }
+        if (state == KeptLocation::kReady && std::wcscmp(kept.text, wanted) == 0)
+            return &kept.data;
+    }
+    return &g_notKept.data;
+}
+
+SRegisterGetResultFormat* g_firstFormat = nullptr;
+std::atomic<SDamageReporter> g_damageReporter { nullptr };
+
+void WriteDamage(const char* function, const char* file, unsigned long line, const wchar_t* text)
+{
+    wchar_t wide[kLocationRoom];
+    ::_snwprintf(wide, kLocationRoom, L"%hs(%i): %hs: %s\r\n", file, static_cast<int>(line), function, text);
+    wide[kLocationRoom - 1] = L'\0';
+    ::OutputDebugStringW(wide);
+    char narrow[3 * kLocationRoom];
+    const int bytes = ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, narrow, sizeof narrow, nullptr, nullptr);
+    DWORD written;
+    if (bytes > 1)
+        ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), narrow, static_cast<DWORD>(bytes - 1), &written, nullptr);
+}
+
+} // namespace
+
+// Lets a string share a static buffer.
+struct SStaticText {
+    static SString Share(SStringData* data)
+    {
+        SString text;
+        ::InterlockedIncrement(&data->refs);
+        text.m_text = data->Text();
+        return text;
+    }
+};
+
+// ---- SException ----
+
+SException::SException(const char* function, const char* file, unsigned long line, const SString& message)
+    : m_message(message)
+{
+    FmtDbgFileLine(function, file, line);
+}
+
+SException::SException(const SString& location) : m_location(location) {}
+
+SException::~SException() = default;
+
+const wchar_t* SException::GetText() const
+{
+    return m_message;
+}
+
+const wchar_t* SException::GetExceptionName() const
+{
+    return L"SException";
+}
+
+SString SException::GetFullText() const
+{
+    const wchar_t* text = GetText();
+    return SString::Concat(GetExceptionName(), *text ? L": " : L"", text, m_location);
+}
+
+const wchar_t* SException::GetLocation() const
+{
+    return m_location;
+}
+
+void SException::FmtDbgFileLine(const char* function, const char* file, unsigned long line)
+{
+    wchar_t location[kLocationRoom];
+    FormatLocation(location, function, file, line);
+    m_location = location;
+}
+
+// ---- SECOMException ----
+
+SECOMException::SECOMException(const char* function, const char* file, unsigned long line, HRESULT result)
+    : SException(function, file, line), m_result(result)
+{
+}
+
+SECOMException::SECOMException(const SString& location, HRESULT result) : SException(location), m_result(result) {}
+
+const wchar_t* SECOMException::GetText() const
+{
+    if (m_message.IsEmpty()) {
+        try {
+            SString text, meaning;
+            text.Format(kResultText, m_result);
+            if (GetResultFormat(m_result, &meaning))
+                text += kMeaningIndent + meaning;
+            m_message = std::move(text);
+        } catch (...) {
+            // Asking for the text of a failure must not fail in its turn.
+        }
+    }
+    return m_message;
+}
+
+const wchar_t* SECOMException::GetExceptionName() const
+{
+    return L"SECOMException";
+}
+
+// ---- SEOutOfMemory ----
+
+SEOutOfMemory::SEOutOfMemory(const char* function, const char* file, unsigned long line)
+    : SECOMException(SStaticText::Share(KeepLocation(function, file, line)), E_OUTOFMEMORY)
+{
+}
+
+const wchar_t* SEOutOfMemory::GetText() const
+{
+    const wchar_t* text = SECOMException::GetText();
+    return *text ? text : kOutOfMemoryText;
+}
+
+const wchar_t* SEOutOfMemory::GetExceptionName() const
+{
+    return L"SEOutOfMemory";
+}
+
+// ---- Texts for HRESULTs ----
+
+SRegisterGetResultFormat::SRegisterGetResultFormat(SResultFormat format) : m_format(format)
+{
+    SRegisterGetResultFormat** link = &g_firstFormat;
+    while (*link && reinterpret_cast<UINT_PTR>((*link)->m_format) < reinterpret_cast<UINT_PTR>(format))
+        link = &(*link)->m_next;
+    m_next = *link;
+    *link = this;
+}
+
+SRegisterGetResultFormat::~SRegisterGetResultFormat()
+{
+    for (SRegisterGetResultFormat** link = &g_firstFormat; *link; link = &(*link)->m_next) {
+        if (*link == this) {
+            *link = m_next;
+            return;
+        }
+    }
+}
+
+int GetResultFormat(long hr, SString* text)
+{
+    for (const SRegisterGetResultFormat* known = g_firstFormat; known; known = known->m_next) {
+        if (known->m_format(hr, text) != 0)
+            return 1;
+    }
+    return 0;
+}
+
+// ---- Damage ----
+
+SDamageReporter SSetDamageReporter(SDamageReporter reporter)
+{
+    return g_damageReporter.exchange(reporter);
+}
+
+void SReportDamage(const char* function, const char* file, unsigned long line, const wchar_t* text) noexcept
+{
+    try {
+        const SDamageReporter reporter = g_damageReporter.load();
+        (reporter ? reporter : WriteDamage)(function, file, line, text);
+    } catch (...) {
+        // The place that found the damage goes on with its work.
+    }
+}

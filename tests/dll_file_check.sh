@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# dll_file_check.sh OBJDUMP CXXFILT DLL DEF: what the file must be like for the clients who get it.
+set -euo pipefail
+objdump=$1 cxxfilt=$2 dll=$3 def=$4
+status=0
+fail() { echo "$(basename "$dll"): $*" >&2; status=1; }
+facts=$("$objdump" -p "$dll")
+
+# Exactly three run-time DLLs go with ours; every other import is part of Windows.
+ours='libgcc_s_dw2-1 libstdc++-6 libwinpthread-1'
+windows='advapi32 comctl32 comdlg32 gdi32 kernel32 msimg32 msvcrt ole32 oleaut32 shell32 shlwapi user32'
+windows+=' version'
+for import in $(sed -n 's/.*DLL Name: //p' <<<"$facts" | tr 'A-Z' 'a-z'); do
+    case " $ours $windows " in
+        *" ${import%.dll} "*) ;;
+        *) fail "imports $import" ;;
+    esac
+done
+
+name=$(sed -n 's/^Name[[:space:]]*[0-9a-f]*[[:space:]]*\(.*\.dll\)$/\1/p' <<<"$facts" | head -n 1)
+[ "$name" = CVCore16.dll ] || fail "calls itself '$name'"
+
+characteristics=$((16#$(sed -n 's/^DllCharacteristics[[:space:]]*\([0-9a-f]*\).*/\1/p' <<<"$facts")))
+((characteristics & 0x40)) || fail "does not say that it may be moved (dynamicbase)"
+((characteristics & 0x100)) || fail "does not say that data is no code (nxcompat)"
+"$objdump" -h "$dll" | grep -q '\.reloc' || fail "cannot be moved: it has no relocations"
+
+# The library's own names only, and no type of the standard library in a signature: its layout is the
+# compiler's.
+exports=$(sed -n '/^EXPORTS/,$s/^ *\([^ ]*\) @.*/\1/p' "$def" | "$cxxfilt" -n)
+[ -n "$exports" ] || fail "exports nothing"
+if foreign=$(grep -E '(^|[^A-Za-z_])(std|__gnu_cxx|__cxxabiv1)::' <<<"$exports"); then
+    fail "exports names with the standard library's types:"
+    printf '    %s\n' "$foreign" >&2
+fi
+echo "$(wc -l <<<"$exports") exports"
+exit $status
