@@ -23,6 +23,7 @@ cd "$copy"
 "$cmake" --build build/win32 --target CVCore16
 if ! cmp "$dll" build/win32/bin/CVCore16.dll; then
     echo "two builds of the same sources differ" >&2
+    find "$source/core" -type f -newer "$dll" -exec echo "edited since the first build:" {} \; >&2
     exit 1
 fi
 echo "identical: $(wc -c <"$dll") bytes"

@@ -2,7 +2,7 @@
 #include "sexcept.h"
 
 #include "support/allocfail.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "salloc.h"
 #include "sexcept.h"
 #include "strbuffer.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 

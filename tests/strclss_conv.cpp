@@ -5,7 +5,7 @@
 #include "strbuffer.h"
 #include "support/allocfail.h"
 #include "support/seed.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include "striter.h"
 #include "support/seed.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 

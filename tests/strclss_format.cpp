@@ -1,10 +1,10 @@
-// Formatting against the C run-time's own formatter, which is told a buffer that is large enough. Whole numbers with a
-// large precision are left out there: Wine's run-time overruns a buffer of its own on them.
+// Formatting against the C run-time's own formatter, which is told a buffer that is large enough. Whole numbers of
+// great width or precision are left out there: Wine's run-time overruns a buffer of its own on them.
 #include "strclss.h"
 
 #include "sexcept.h"
 #include "support/seed.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 
@@ -52,15 +52,15 @@ protected:
     void AddConversion(std::wstring& format, Arguments& arguments)
     {
         const int conversion = Below(8);
-        // Where Wine goes another way than Windows is documented to go: a precision means nothing for a character, and
-        // turns the flag 0 off for a whole number.
+        // Where Wine goes another way than Windows is documented to go, the next test looks: a precision means nothing for
+        // a character, turns the flag 0 off for a whole number, and one of 0 leaves the 0 of "%#o".
         const bool precise = conversion != 7 && Below(3) == 0;
         format += L'%';
         for (int n = Below(3); n > 0; --n)
             format += L"-+ #0"[Below(precise && conversion <= 2 ? 4 : 5)];
         if (Below(3) == 0) {
             static const int kWidths[] = { 0, 1, 5, 30, 300, 3000 };
-            const int width = kWidths[Below(6)];
+            const int width = kWidths[Below(conversion <= 2 ? 3 : 6)];
             if (Below(2)) {
                 format += L'*';
                 arguments.Add(Below(2) ? width : -width);
@@ -69,8 +69,8 @@ protected:
             }
         }
         if (precise) {
-            static const int kPrecisions[] = { 0, 1, 3, 20, 200, -1 };
-            const int precision = kPrecisions[Below(conversion <= 2 ? 4 : 6)];
+            static const int kPrecisions[] = { 0, 1, 3, 10, 200, -1 };
+            const int precision = kPrecisions[conversion <= 2 ? 1 + Below(3) : Below(6)];
             if (Below(2)) {
                 format += L".*";
                 arguments.Add(precision);
@@ -171,8 +171,11 @@ TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
     EXPECT_STREQ(L"%n", s.Format(L"%%n"));
     EXPECT_TRUE(s.Format(static_cast<const wchar_t*>(nullptr)).IsEmpty());
     EXPECT_STREQ(L"0000001F|  0000001F|", s.Format(L"%p|%10p|", 31, 31)) << "an address has all its digits";
-    EXPECT_STREQ(L"  007|A", s.Format(L"%05.3d|%.0c", 7, L'A'));
-    EXPECT_STREQ(SString(L'0', 299) + L"7", s.Format(L"%.300d", 7)) << "beyond what run-times bear";
+    EXPECT_STREQ(L"  007|A||0|", s.Format(L"%05.3d|%.0c|%.0d|%#.0o|", 7, L'A', 0, 0));
+    // Beyond what some run-times bear.
+    EXPECT_STREQ(SString(L'0', 299) + L"7", s.Format(L"%.300d", 7));
+    EXPECT_STREQ(L"0x" + SString(L'0', 296) + L"ff", s.Format(L"%#0300I64x", 255ll));
+    EXPECT_STREQ(SString(L' ', 50) + L"1777777777777777777777", s.Format(L"%72llo", -1ll));
     EXPECT_STREQ(L"ab", s.Format(L"ab%cde", 0)) << "the text ends at a NUL";
     const SString huge(L'h', 100000);
     EXPECT_EQ(L"<" + huge + L">", s.Format(L"<%s>", huge.PszStr()));

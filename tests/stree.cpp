@@ -4,7 +4,7 @@
 #include "sexcept.h"
 #include "support/allocfail.h"
 #include "support/seed.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 #include "support/treecheck.h"
 
 #include <gtest/gtest.h>

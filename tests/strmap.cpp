@@ -4,7 +4,7 @@
 #include "sexcept.h"
 #include "support/allocfail.h"
 #include "support/seed.h"
-#include "support/strings.h"
+#include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 
@@ -176,5 +176,5 @@ TEST(StringMaps, WithoutMemoryStayAsTheyWere)
                 expected.emplace_back(L"five", L"5");
             EXPECT_EQ(expected, PairsOf(map));
         });
-    EXPECT_GT(points, 2);
+    EXPECT_GT(points, 0);
 }

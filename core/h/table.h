@@ -54,7 +54,8 @@ public:
     /// Bytes of one element, also without a block.
     unsigned long ElementSize() const
     {
-        return HasBlock() ? Block()->elementSize : static_cast<unsigned long>(reinterpret_cast<UINT_PTR>(m_word) >> 1);
+        return HasBlock() ? Block()->elementSize
+                          : static_cast<unsigned long>(reinterpret_cast<UINT_PTR>(m_word) >> 1);
     }
     /// Whether another array has the same block.
     bool IsShared() const { return HasBlock() && Block()->refs != 1; }
@@ -114,7 +115,8 @@ protected:
 private:
     friend class __STableCore;
 
-    __STableData* m_word; // a pointer even where it is a tagged number, for the optimiser: no element can be meant by it
+    __STableData*
+        m_word; // a pointer even where it is a tagged number, for the optimiser: no element can be meant by it
 };
 
 /// An array of plain elements, copied as bytes.

@@ -5,12 +5,10 @@
 #include "bytemove.h"
 #include "sexcept.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <malloc.h>
 
 namespace {
 
@@ -18,11 +16,34 @@ const char kAllocSignature[] = "static __STableData* __STableDumb::AllocData(int
 const char kSourceFile[] = "core/src/table";
 constexpr unsigned long kAllocLine = 546;
 
-constexpr int kFirstCapacity = 4;
-// From about this size on the heap takes a block's memory from the system and gives it back page by page.
-constexpr size_t kLargeBytes = 0x40000;
-// The most that a block gets beyond its capacity.
-constexpr size_t kMostAheadBytes = 0x1000000;
+// The capacities that a growing array goes through: 4, and from each to a half more and one.
+struct GrowthRow {
+    static constexpr int kLength = 49; // the next would be beyond INT_MAX
+
+    constexpr GrowthRow() : capacity{}
+    {
+        capacity[0] = 4;
+        for (int i = 1; i < kLength; ++i)
+            capacity[i] = capacity[i - 1] + capacity[i - 1] / 2 + 1;
+    }
+    int capacity[kLength];
+};
+constexpr GrowthRow kGrowthRow;
+
+// Most of what growing costs is the heap. So the first four capacities in the row, and then three after three, have the
+// bytes of the last of them, and growing from one to the next needs no other block. That is for small elements only (bytes
+// of one), and for blocks that do not get too much in this way (bytes).
+constexpr int kSharedRoom = 3;
+constexpr unsigned long kMostElementBytes = 16;
+constexpr unsigned long long kMostSpareBytes = 0x1000000;
+static_assert((GrowthRow::kLength - 1) % kSharedRoom == 0,
+              "the last capacity in the row is the last of its three");
+
+// Between these sizes of a block (bytes) realloc often finds room behind it. Below it costs more than copying, and above
+// the heap takes fresh pages from the system and realloc costs half again as much as doing it here.
+constexpr size_t kReallocFrom = 0x400;
+constexpr size_t kReallocBelow = 0x40000;
+
 // MoveTo keeps an element of up to so many bytes aside on the stack.
 constexpr size_t kAsideBytes = 256;
 
@@ -41,12 +62,22 @@ int GrownCapacity(int capacity)
     return static_cast<int>(grown);
 }
 
+// The bytes of a block, which depend on nothing but these two.
 size_t BlockBytes(int capacity, unsigned long elementSize)
 {
-    const unsigned long long elements = static_cast<unsigned long long>(capacity) * elementSize;
-    if (elements > PTRDIFF_MAX - sizeof(__STableData))
+    unsigned long long room = static_cast<unsigned long long>(capacity) * elementSize;
+    if (elementSize <= kMostElementBytes) {
+        int i = 0;
+        while (i < GrowthRow::kLength - 1 && kGrowthRow.capacity[i] < capacity)
+            ++i;
+        const int last = i == 0 ? kSharedRoom : (i + kSharedRoom - 1) / kSharedRoom * kSharedRoom;
+        const int spare = kGrowthRow.capacity[last] - capacity;
+        if (kGrowthRow.capacity[i] == capacity && spare * elementSize <= kMostSpareBytes)
+            room += spare * elementSize;
+    }
+    if (room > PTRDIFF_MAX - sizeof(__STableData))
         ThrowOutOfMemory();
-    return static_cast<size_t>(elements) + sizeof(__STableData);
+    return static_cast<size_t>(room) + sizeof(__STableData);
 }
 
 // Memory functions may not be given a null pointer, not even for 0 bytes.
@@ -110,8 +141,7 @@ private:
     void DestroyElements(__STableData* data, int count) noexcept;
     void LetGo(__STableData* data) noexcept;
     void MakePrivate(int capacity);
-    void Grow(int capacity);
-    bool Resize(int capacity, size_t bytes);
+    void Resize(int capacity);
     void Unshare();
 
     __STableWord& m_table;
@@ -177,58 +207,38 @@ void __STableCore::LetGo(__STableData* data) noexcept
     std::free(data);
 }
 
-// Gives a table that shares nothing a block of that capacity in `bytes` bytes, which may be more than it needs. False: no
-// memory, no change.
-bool __STableCore::Resize(int capacity, size_t bytes)
+// Gives a block that is not shared another capacity.
+void __STableCore::Resize(int capacity)
 {
-    __STableData* old = HasBlock() ? Block() : nullptr;
-    __STableData* data;
-    if (old && bytes >= kLargeBytes && bytes > ::_msize(old)) {
-        // What realloc does here too, at half again the cost.
-        data = static_cast<__STableData*>(std::malloc(bytes));
-        if (data) {
-            std::memcpy(data, old, sizeof *old + static_cast<size_t>(old->count) * old->elementSize);
-            std::free(old);
-        }
-    } else {
+    __STableData* old = Block();
+    const size_t oldBytes = BlockBytes(old->capacity, old->elementSize);
+    const size_t bytes = BlockBytes(capacity, old->elementSize);
+    __STableData* data = old;
+    if (bytes < oldBytes || (bytes > oldBytes && bytes >= kReallocFrom && bytes < kReallocBelow)) {
         data = static_cast<__STableData*>(std::realloc(old, bytes));
+        if (!data)
+            ThrowOutOfMemory();
+    } else if (bytes > oldBytes) {
+        data = __STableDumb::AllocData(capacity, old->elementSize);
+        data->count = old->count;
+        std::memcpy(data->Elements(), old->Elements(), static_cast<size_t>(old->count) * old->elementSize);
+        std::free(old);
     }
-    if (!data)
-        return false;
-    if (!old)
-        *data = { 1, 0, 0, ElementSize() };
     data->capacity = capacity;
     SetBlock(data);
-    return true;
 }
 
-// The table gets a block of its own with exactly that capacity, which is at least the count.
+// The table gets a block of its own with that capacity, which is at least the count.
 void __STableCore::MakePrivate(int capacity)
 {
-    if (m_table.IsShared()) {
+    if (!HasBlock()) {
+        SetBlock(__STableDumb::AllocData(capacity, ElementSize()));
+    } else if (m_table.IsShared()) {
         __STableData* shared = Block();
         SetBlock(NewBlockWith(shared->Elements(), shared->count, capacity));
         LetGo(shared);
-    } else if (m_table.Capacity() != capacity && !Resize(capacity, BlockBytes(capacity, ElementSize()))) {
-        ThrowOutOfMemory();
-    }
-}
-
-// MakePrivate for a table that needs more and will probably need more again: a private block gets the bytes of the next
-// growth, too, which is then done without the heap. That is the greater part of what growing costs.
-void __STableCore::Grow(int capacity)
-{
-    const size_t elementSize = ElementSize();
-    const size_t bytes = BlockBytes(capacity, ElementSize());
-    if (m_table.IsShared()) {
-        MakePrivate(capacity);
-    } else if (HasBlock() && ::_msize(Block()) >= bytes) {
-        Block()->capacity = capacity;
-    } else {
-        // A large block moves to fresh pages, which is dearer still: it gets two growths' bytes.
-        const size_t ahead = bytes < kLargeBytes ? bytes / 2 + elementSize : bytes / 4 * 5 + 2 * elementSize;
-        if (!Resize(capacity, bytes + std::min(ahead, kMostAheadBytes)))
-            MakePrivate(capacity);
+    } else if (m_table.Capacity() != capacity) {
+        Resize(capacity);
     }
 }
 
@@ -279,11 +289,9 @@ void* __STableCore::NewAt(int i)
     const int count = m_table.Count();
     const int capacity = m_table.Capacity();
     if (!HasBlock())
-        Grow(kFirstCapacity);
-    else if (count == capacity)
-        Grow(GrownCapacity(capacity));
+        MakePrivate(kGrowthRow.capacity[0]);
     else
-        MakePrivate(capacity);
+        MakePrivate(count < capacity ? capacity : GrownCapacity(capacity));
     __STableData* data = Block();
     void* slot = data->At(i);
     if (i < count)

@@ -52,9 +52,9 @@ long CountHeapBlocks()
 
 // ---- Handles under Wine ----
 //
-// The list of processes has the size of our handle table; then each place is asked. Not the table of all handles
-// of the system: asking for that while another process starts or ends brings the whole Wine server down, and
-// with it every test that runs at the time.
+// The list of processes has the size of our handle table; then each place is asked. Not the table of all
+// handles of the system: asking for that while another process starts or ends brings the whole Wine server
+// down, and with it every test that runs at the time.
 
 const int kSystemProcessInformation = 5;
 const NTSTATUS kLengthMismatch = static_cast<NTSTATUS>(0xC0000004);

@@ -1,6 +1,6 @@
-// strings.h: what the tests of strings share.
-#ifndef TESTS_STRINGS_H
-#define TESTS_STRINGS_H
+// stringhelp.h: what the tests of strings share.
+#ifndef TESTS_STRINGHELP_H
+#define TESTS_STRINGHELP_H
 
 #include "salloc.h"
 #include "strclss.h"
