@@ -21,6 +21,14 @@ add_test(NAME console_imports COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/
 add_test(NAME dll_file COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/dll_file_check.sh"
     "${CMAKE_OBJDUMP}" "${CV_CXXFILT}" "$<TARGET_FILE:CVCore16>" "${PROJECT_BINARY_DIR}/CVCore16.def")
 
+# The samples, as a person starts them.
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+    add_test(NAME concordance COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/concordance_check.sh"
+        "${PROJECT_SOURCE_DIR}/tools" "$<TARGET_FILE:concordance>" "${PROJECT_SOURCE_DIR}")
+    set_tests_properties(concordance PROPERTIES TIMEOUT 120)
+endif()
+add_test(NAME readme COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/readme_check.sh" "${PROJECT_SOURCE_DIR}")
+
 # One preset is enough to know that neither the clock nor a path gets into the output.
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
     add_test(NAME same_build_twice COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/same_build_check.sh"
