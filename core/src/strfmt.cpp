@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <utility>
 
 namespace {
 
@@ -332,10 +333,17 @@ private:
     void WriteDouble(const Item& item)
     {
         const double value = va_arg(m_arguments, double);
-        wchar_t format[48];
-        ::_snwprintf(format, std::size(format), L"%%%ls%ls%ls%ls%ls*.*%lc", item.left ? L"-" : L"", item.plus ? L"+" : L"",
-                     item.blank ? L" " : L"", item.alternative ? L"#" : L"", item.zeros ? L"0" : L"",
-                     item.type == L'F' ? L'f' : item.type);
+        wchar_t format[12];         // all flags, and "*.*" with the type
+        wchar_t* at = format;
+        *at++ = L'%';
+        for (const auto& flag : { std::pair(item.left, L'-'), std::pair(item.plus, L'+'), std::pair(item.blank, L' '),
+                                  std::pair(item.alternative, L'#'), std::pair(item.zeros, L'0') }) {
+            if (flag.first)
+                *at++ = flag.second;
+        }
+        at = std::copy_n(L"*.*", 3, at);
+        *at++ = item.type == L'F' ? L'f' : item.type;
+        *at = L'\0';
         const long long room = kLongestDouble + std::max<long long>(item.width, std::max(item.precision, 6));
         wchar_t shortText[2 * kLongestDouble];
         if (room < static_cast<long long>(std::size(shortText))) {
