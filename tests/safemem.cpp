@@ -1,5 +1,5 @@
-// Lengths, comparisons, character searches and copying: against plain models, at every alignment, with forbidden pages
-// around the texts.
+// Lengths, comparisons, character searches and copying: against plain models, at every alignment, with
+// forbidden pages around the texts.
 #include "safemem.h"
 
 #include "support/guardedtext.h"
@@ -42,12 +42,13 @@ int ModelOrderNoCase(std::wstring_view a, std::wstring_view b)
 
 class Texts {
 public:
-    // Few different units, so that much is equal: cases of one letter, what stands beside letters, ends of the range.
+    // Few different units, so that much is equal: cases of one letter, what stands beside letters, ends of
+    // the range.
     wchar_t Unit()
     {
-        static constexpr wchar_t kUnits[] = { L'a', L'A', L'z', L'Z', L'@', L'[', L'`', L'{', 0xE9, 0xC9,
-                                              0xDF, 0x131, 0x17F, 0x3C2, 0x3A3, 0x430, 0x410, 0x7FFF, 0x8000, 0xD801,
-                                              0xFF41, 0xFFFF, L'\0' };
+        static constexpr wchar_t kUnits[] = { L'a',  L'A',   L'z',   L'Z',   L'@',   L'[',   L'`',  L'{',
+                                              0xE9,  0xC9,   0xDF,   0x131,  0x17F,  0x3C2,  0x3A3, 0x430,
+                                              0x410, 0x7FFF, 0x8000, 0xD801, 0xFF41, 0xFFFF, L'\0' };
         return kUnits[Below(std::size(kUnits))];
     }
     std::wstring Make(size_t length)
@@ -77,7 +78,7 @@ public:
     size_t Below(size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(m_random); }
 
 private:
-    std::mt19937 m_random { TestSeed() };
+    std::mt19937 m_random{ TestSeed() };
 };
 
 } // namespace
@@ -114,13 +115,17 @@ TEST(SafeMemCompare, AgreesWithAPlainLoopAtAllLengthsAndAlignments)
             {
                 const wchar_t* x = put(ours, a, a.size(), place % 16);
                 const wchar_t* y = put(others, b, b.size(), place / 16);
-                ASSERT_EQ(ModelOrder(a, b), Sign(SSafeMemCmp(x, a.size(), y, b.size()))) << length << ' ' << place;
-                ASSERT_EQ(ModelOrderNoCase(a, b), Sign(SSafeMemICmp(x, a.size(), y, b.size()))) << length << ' ' << place;
+                ASSERT_EQ(ModelOrder(a, b), Sign(SSafeMemCmp(x, a.size(), y, b.size())))
+                    << length << ' ' << place;
+                ASSERT_EQ(ModelOrderNoCase(a, b), Sign(SSafeMemICmp(x, a.size(), y, b.size())))
+                    << length << ' ' << place;
                 const size_t count = std::min(a.size(), b.size());
                 const std::wstring_view aFirst = UpToNul({ a.data(), count });
                 const std::wstring_view bFirst = UpToNul({ b.data(), count });
-                ASSERT_EQ(ModelOrder(aFirst, bFirst), Sign(SSafeStrNCmp(x, y, count))) << length << ' ' << place;
-                ASSERT_EQ(ModelOrderNoCase(aFirst, bFirst), Sign(SSafeStrNICmp(x, y, count))) << length << ' ' << place;
+                ASSERT_EQ(ModelOrder(aFirst, bFirst), Sign(SSafeStrNCmp(x, y, count)))
+                    << length << ' ' << place;
+                ASSERT_EQ(ModelOrderNoCase(aFirst, bFirst), Sign(SSafeStrNICmp(x, y, count)))
+                    << length << ' ' << place;
             }
             const wchar_t* x = put(ours, a, a.size() + 1, place % 16);
             const wchar_t* y = put(others, b, b.size() + 1, place / 16);
@@ -129,7 +134,8 @@ TEST(SafeMemCompare, AgreesWithAPlainLoopAtAllLengthsAndAlignments)
             ASSERT_EQ(ModelOrder(aText, bText), Sign(SSafeStrCmp(x, y))) << length << ' ' << place;
             ASSERT_EQ(ModelOrderNoCase(aText, bText), Sign(SSafeStrICmp(x, y))) << length << ' ' << place;
             const size_t count = texts.Below(length + 20);
-            ASSERT_EQ(ModelOrder(aText.substr(0, count), bText.substr(0, count)), Sign(SSafeStrNCmp(x, y, count)))
+            ASSERT_EQ(ModelOrder(aText.substr(0, count), bText.substr(0, count)),
+                      Sign(SSafeStrNCmp(x, y, count)))
                 << length << ' ' << place << ' ' << count;
         }
     }
@@ -145,7 +151,8 @@ TEST(SafeMemCompare, LongTextsAreComparedToTheirEnds)
         ASSERT_EQ(order, Sign(SSafeStrCmp(a.c_str(), b.c_str()))) << round;
         ASSERT_EQ(-order, Sign(SSafeStrCmp(b.c_str(), a.c_str()))) << round;
         ASSERT_EQ(ModelOrder(a, b), Sign(SSafeMemCmp(a.data(), a.size(), b.data(), b.size()))) << round;
-        ASSERT_EQ(ModelOrderNoCase(UpToNul(a), UpToNul(b)), Sign(SSafeStrICmp(a.c_str(), b.c_str()))) << round;
+        ASSERT_EQ(ModelOrderNoCase(UpToNul(a), UpToNul(b)), Sign(SSafeStrICmp(a.c_str(), b.c_str())))
+            << round;
     }
 }
 
@@ -157,14 +164,18 @@ TEST(SafeMemFindChar, AgreesWithAPlainLoopAtAllLengthsAndAlignments)
         const std::wstring text = texts.Make(length);
         for (wchar_t wanted : { L'q', L'a', L'\0', wchar_t(0xFFFF), texts.Unit() }) {
             guarded.ForEachPlace(text, [&](const wchar_t* at) {
-                const auto pointer = [at](size_t position) { return position == std::wstring::npos ? nullptr : at + position; };
+                const auto pointer = [at](size_t position) {
+                    return position == std::wstring::npos ? nullptr : at + position;
+                };
                 ASSERT_EQ(pointer(text.find(wanted)), SSafeMemChr(at, length, wanted)) << length;
                 ASSERT_EQ(pointer(text.rfind(wanted)), SSafeMemRChr(at, length, wanted)) << length;
             });
             // The terminator belongs to what is searched.
             const std::wstring ended = std::wstring(UpToNul(text)) + L'\0';
             guarded.ForEachPlace({ text.c_str(), length + 1 }, [&](const wchar_t* at) {
-                const auto pointer = [at](size_t position) { return position == std::wstring::npos ? nullptr : at + position; };
+                const auto pointer = [at](size_t position) {
+                    return position == std::wstring::npos ? nullptr : at + position;
+                };
                 ASSERT_EQ(pointer(ended.find(wanted)), SSafeStrChr(at, wanted)) << length;
                 ASSERT_EQ(pointer(ended.rfind(wanted)), SSafeStrRChr(at, wanted)) << length;
             });
@@ -176,8 +187,13 @@ TEST(SafeMemNull, CountsAsAnEmptyText)
 {
     EXPECT_EQ(0u, SSafeStrLen(nullptr));
     EXPECT_EQ(0u, SSafeStrNLen(nullptr, 5));
-    const struct { const wchar_t* a; const wchar_t* b; int order; } kPairs[] = {
-        { nullptr, nullptr, 0 }, { nullptr, L"", 0 }, { L"", nullptr, 0 }, { nullptr, L"x", -1 }, { L"x", nullptr, 1 },
+    const struct {
+        const wchar_t* a;
+        const wchar_t* b;
+        int order;
+    } kPairs[] = {
+        { nullptr, nullptr, 0 }, { nullptr, L"", 0 },  { L"", nullptr, 0 },
+        { nullptr, L"x", -1 },   { L"x", nullptr, 1 },
     };
     for (const auto& pair : kPairs) {
         SCOPED_TRACE(&pair - kPairs);
@@ -215,7 +231,8 @@ TEST(SafeMemCopy, FillsTheRoomAtMostAndAlwaysTerminates)
 {
     GuardedText guarded;
     for (size_t length = 0; length <= 40; ++length) {
-        const std::wstring text = std::wstring(L"abcdefghijklmnopqrstuvwxyzabcdefghijklmnopqrstuvwxyz").substr(0, length);
+        const std::wstring text =
+            std::wstring(L"abcdefghijklmnopqrstuvwxyzabcdefghijklmnopqrstuvwxyz").substr(0, length);
         for (size_t room = 1; room <= 45; ++room) {
             SCOPED_TRACE(testing::Message() << length << " into " << room);
             const std::wstring old(room, L'#');

@@ -19,7 +19,8 @@ namespace {
 std::atomic<int> g_mappings;
 decltype(&::LCMapStringW) g_originalMap;
 
-int WINAPI CountMapping(LCID locale, DWORD flags, const wchar_t* from, int fromUnits, wchar_t* to, int toUnits)
+int WINAPI CountMapping(LCID locale, DWORD flags, const wchar_t* from, int fromUnits, wchar_t* to,
+                        int toUnits)
 {
     ++g_mappings;
     return g_originalMap(locale, flags, from, fromUnits, to, toUnits);
@@ -30,7 +31,7 @@ struct BeforeMain {
     bool patched = false;
     bool asciiIsRight = false;
     int mappingsForAscii = -1;
-    std::atomic<int> wrongOfThreads { 0 };
+    std::atomic<int> wrongOfThreads{ 0 };
     int mappingsInAll = 0;
 
     BeforeMain()
@@ -41,24 +42,26 @@ struct BeforeMain {
 
         wchar_t text[] = L"The quick brown FOX jumps over [one] lazy `dog`. 0123456789";
         SSafeStrUpper(text, SSafeStrLen(text));
-        asciiIsRight = SSafeStrCmp(text, L"THE QUICK BROWN FOX JUMPS OVER [ONE] LAZY `DOG`. 0123456789") == 0 &&
-                       SSafeStrICmp(text, L"the quick brown fox jumps over [one] lazy `dog`. 0123456789") == 0 &&
-                       SSafeStrICmp(text, L"the quick brown fox jumps over {one} lazy `dog`. 0123456789") < 0 &&
-                       SSafeStrIStr(text, L"lazy `dog`") == text + 37 && SUpperChar(L'z') == L'Z' &&
-                       SSafeStrNbCmp(text, L"the quick 9", 11, kIgnoreCase) > 0;
+        asciiIsRight =
+            SSafeStrCmp(text, L"THE QUICK BROWN FOX JUMPS OVER [ONE] LAZY `DOG`. 0123456789") == 0 &&
+            SSafeStrICmp(text, L"the quick brown fox jumps over [one] lazy `dog`. 0123456789") == 0 &&
+            SSafeStrICmp(text, L"the quick brown fox jumps over {one} lazy `dog`. 0123456789") < 0 &&
+            SSafeStrIStr(text, L"lazy `dog`") == text + 37 && SUpperChar(L'z') == L'Z' &&
+            SSafeStrNbCmp(text, L"the quick 9", 11, kIgnoreCase) > 0;
         SSafeStrLower(text, SSafeStrLen(text));
         asciiIsRight = asciiIsRight && SLowerChar(L'Z') == L'z' && SSafeStrChr(text, L'T') == nullptr;
         mappingsForAscii = g_mappings;
 
         // All at once, while nobody has needed the tables yet.
-        std::atomic<bool> go { false };
+        std::atomic<bool> go{ false };
         std::vector<std::thread> threads;
         for (int i = 0; i < 8; ++i) {
             threads.emplace_back([&] {
                 while (!go)
                     ::SwitchToThread();
                 for (int round = 0; round < 2000; ++round)
-                    wrongOfThreads += SUpperChar(0xE9) != 0xC9 || SLowerChar(0x410) != 0x430 || SUpperChar(0xD83D) != 0xD83D;
+                    wrongOfThreads += SUpperChar(0xE9) != 0xC9 || SLowerChar(0x410) != 0x430 ||
+                                      SUpperChar(0xD83D) != 0xD83D;
             });
         }
         go = true;
@@ -69,7 +72,8 @@ struct BeforeMain {
 };
 const BeforeMain g_beforeMain;
 
-int Order(const std::wstring& a, const std::wstring& b, SCaseRule rule = kMatchCase, size_t count = ~size_t(0))
+int Order(const std::wstring& a, const std::wstring& b, SCaseRule rule = kMatchCase,
+          size_t count = ~size_t(0))
 {
     const int order = SSafeStrNbCmp(a.c_str(), b.c_str(), count, rule);
     return (order > 0) - (order < 0);
@@ -138,15 +142,19 @@ TEST(SafeMemCase, ChangesTheUnitsOfTheTextAndNoOther)
 
 TEST(SafeMemNumberAware, OrdersAsAPersonWould)
 {
-    const struct { const wchar_t* a; const wchar_t* b; int order; } kPairs[] = {
+    const struct {
+        const wchar_t* a;
+        const wchar_t* b;
+        int order;
+    } kPairs[] = {
         { L"", L"", 0 },
         { L"", L"0", -1 },
         { L"a2", L"a10", -1 },
         { L"a10b2", L"a10b10", -1 },
         { L"2", L"2a", -1 },
-        { L"a2", L"a02", -1 },               // equal numbers: fewer leading zeros first
-        { L"a02b1", L"a2b2", -1 },           // ... but only when nothing else differs
-        { L"a02b02", L"a2b002", 1 },         // ... and by the first such run
+        { L"a2", L"a02", -1 },       // equal numbers: fewer leading zeros first
+        { L"a02b1", L"a2b2", -1 },   // ... but only when nothing else differs
+        { L"a02b02", L"a2b002", 1 }, // ... and by the first such run
         { L"0", L"00", -1 },
         { L"00", L"1", -1 },
         { L"007", L"7", 1 },
@@ -154,9 +162,9 @@ TEST(SafeMemNumberAware, OrdersAsAPersonWould)
         { L"99999999999999999999999999999999", L"100000000000000000000000000000000", -1 },
         { L"12345678901234567890", L"12345678901234567891", -1 },
         { L"1/", L"1:", -1 },
-        { L"/", L"0", -1 },                  // other characters keep their place beside the digits
+        { L"/", L"0", -1 }, // other characters keep their place beside the digits
         { L"9", L":", -1 },
-        { L"a\u0663", L"a\u0662", 1 },       // digits of other scripts are no numbers
+        { L"a\u0663", L"a\u0662", 1 }, // digits of other scripts are no numbers
     };
     for (const auto& pair : kPairs) {
         SCOPED_TRACE(&pair - kPairs);
@@ -187,13 +195,15 @@ TEST(SafeMemNumberAware, TheCountLimitsEachSideEvenInsideANumber)
         ASSERT_EQ(Order(a.substr(0, count), b.substr(0, count), rule), Order(a, b, rule, count)) << round;
         // Nothing behind the count is read.
         const size_t shorter = std::min(a.size(), b.size());
-        const int order = SSafeStrNbCmp(ours.AtEnd(a.data(), shorter, 0), others.AtEnd(b.data(), shorter, 0), shorter, rule);
-        ASSERT_EQ(Order(a.substr(0, shorter), b.substr(0, shorter), rule), (order > 0) - (order < 0)) << round;
+        const int order = SSafeStrNbCmp(ours.AtEnd(a.data(), shorter, 0), others.AtEnd(b.data(), shorter, 0),
+                                        shorter, rule);
+        ASSERT_EQ(Order(a.substr(0, shorter), b.substr(0, shorter), rule), (order > 0) - (order < 0))
+            << round;
     }
 }
 
-// All texts of up to five units. Sorted, the order of any two must be that of their groups of equals: this is the whole
-// of what std::sort and std::map ask for.
+// All texts of up to five units. Sorted, the order of any two must be that of their groups of equals: this is
+// the whole of what std::sort and std::map ask for.
 TEST(SafeMemNumberAware, IsAProperOrder)
 {
     for (SCaseRule rule : { kMatchCase, kIgnoreCase }) {

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <cwchar>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -165,6 +166,11 @@ TEST(Map, WalksBothWaysAndFitsTheStandardLibrary)
     EXPECT_EQ(0, map[L""]);
     EXPECT_TRUE(map.Remove(nullptr)) << "null is the empty text";
     EXPECT_FALSE(map.Remove(L"x"));
+
+    SMap<int, std::unique_ptr<int>> owners;
+    owners.Set(1, std::make_unique<int>(10));
+    SMap<int, std::unique_ptr<int>> taken(std::move(owners));
+    EXPECT_EQ(10, **taken.Find(1)) << "values that can only be moved";
 
     struct Aligned {
         double number = 0.5;

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <malloc.h>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -101,6 +102,7 @@ private:
     void Destroy(void* element) noexcept override { static_cast<Probe*>(element)->~Probe(); }
     void Allocate(void* where, const void* from) override
     {
+        EXPECT_NE(where, from);
         ::new (where) Probe(*static_cast<const Probe*>(from));
     }
 };
@@ -118,9 +120,12 @@ __STableData* BlockOf(const void* table, int pointers = 0)
     return reinterpret_cast<__STableData*>(WordOf(table, pointers));
 }
 
+struct Branch;
+
 } // namespace
 
 S_RELOCATABLE(Probe);
+S_RELOCATABLE(std::shared_ptr<Branch>);
 
 namespace {
 
@@ -417,7 +422,8 @@ TEST(TableGrowth, ElementsMoveAsBytesWithoutBeingCopied)
     EXPECT_EQ(copies + 1, Probe::copies) << "only the new one is copied";
 }
 
-// The moves go through registers of 32 bytes in blocks of 128: every length around those, every alignment of both ends.
+// The moves go through registers of 32 bytes in blocks of 128: every length around those, every alignment of
+// both ends.
 TEST(TableGrowth, OpeningAndClosingASlotMovesEveryByteAtAnyLengthAndAlignment)
 {
     std::mt19937 random(TestSeed());
@@ -449,7 +455,8 @@ TEST(TableGrowth, OpeningAndClosingASlotMovesEveryByteAtAnyLengthAndAlignment)
 
 TEST(TableSharing, AnAccessThatMayChangeLeavesTheOtherTableItsBlock)
 {
-    // Five elements in a block of 11 that another table has too. What must the capacity of the private block be?
+    // Five elements in a block of 11 that another table has too. What must the capacity of the private block
+    // be?
     const struct {
         const char* name;
         int capacity;
@@ -712,6 +719,10 @@ struct Counting {
 };
 int Counting::live = 0;
 
+struct Branch {
+    STable<std::shared_ptr<Branch>> below;
+};
+
 class SizedTable : public __STable {
 public:
     SizedTable(int capacity, int growBy) : __STable(sizeof(Probe), capacity, growBy) {}
@@ -744,6 +755,19 @@ TEST(TypedTable, MovingAndSwappingCarryTheElementsWithoutCopies)
     const STable<SString>& self = names;
     names = self;
     EXPECT_EQ((STable<SString>{ L"again", L"moved" }), names);
+}
+
+TEST(TypedTable, ATableTakesOverOneThatItsOwnElementsHold)
+{
+    Branch root;
+    root.below.Add(std::make_shared<Branch>());
+    root.below[0]->below.Add(std::make_shared<Branch>());
+    const Branch* lowest = root.below[0]->below[0].get();
+    root.below = std::move(root.below[0]->below);
+    ASSERT_EQ(1, root.below.Count());
+    EXPECT_EQ(lowest, root.below[0].get());
+    root.below = root.below[0]->below;
+    EXPECT_TRUE(root.below.IsEmpty());
 }
 
 TEST(TypedTable, TablesOfTablesShareTheirInnerOnes)

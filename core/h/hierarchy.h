@@ -1,4 +1,4 @@
-// hierarchy.h: STree, a hierarchy of items that it owns. (The balanced tree under the maps is __STree, in stree.h.)
+// hierarchy.h: STree, a hierarchy of items that it owns. (The tree under the maps is __STree, in stree.h.)
 //
 //     class Folder : public STreeItem { ... };
 //     STree tree;
@@ -8,15 +8,15 @@
 //     for (STreeItem& item : tree) ...                    // parents before their children
 //     for (STreeItem& item : root->PostOrder()) ...       // children before their parents, root last
 //
-// Identity items are made with new, by the client, and are never copied. In a tree the tree owns them; a detached item
-//          belongs to the client, together with everything below it. Deleting an item takes it out of its tree and
-//          deletes everything below it.
+// Identity items are made with new, by the client, and are never copied. In a tree the tree owns them; a
+//          detached item belongs to the client, together with everything below it. Deleting an item takes it
+//          out of its tree and deletes everything below it.
 // Threads  a tree, its items and those detached from it belong to one thread at a time.
-// Failure  nothing here allocates or throws. A member that answers false has changed nothing; the item that it was given
-//          belongs to whom it belonged before.
-// Cost     seven words an item beside its virtual table pointer. Linking, unlinking and moving within a tree take constant
-//          time, but for MoveTo's look upward; inserting and detaching are linear in what hangs below the item. Nothing
-//          recurses: a tree may be a million levels deep.
+// Failure  nothing here allocates or throws. A member that answers false has changed nothing; the item that
+//          it was given belongs to whom it belonged before.
+// Cost     seven words an item beside its virtual table pointer. Linking, unlinking and moving within a tree
+//          take constant time, but for MoveTo's look upward; inserting and detaching are linear in what hangs
+//          below the item. Nothing recurses: a tree may be a million levels deep.
 #ifndef HIERARCHY_H
 #define HIERARCHY_H
 
@@ -39,8 +39,8 @@ struct STreeChildren {
     int count;
 };
 
-/// A place in a walk, a standard forward iterator. Dead when its item leaves the walked tree or moves: to delete during a
-/// walk, step on first (in post-order everything below the item is behind already).
+/// A place in a walk, a standard forward iterator. Dead when its item leaves the walked tree or moves: to
+/// delete during a walk, step on first (in post-order everything below the item is behind already).
 template <class Item, STreeOrder order>
 class STreeIterator {
 public:
@@ -98,9 +98,9 @@ public:
     STreeItem() noexcept;
     STreeItem(const STreeItem&) = delete;
     STreeItem& operator=(const STreeItem&) = delete;
-    /// Takes the item out of its tree and deletes all that is below it, children before their parents. Of this item only
-    /// the STreeItem is left by then, and it has no parent any more. The destructor of an item below must not delete
-    /// items above it.
+    /// Takes the item out of its tree and deletes all that is below it, children before their parents. Of
+    /// this item only the STreeItem is left by then, and it has no parent any more. The destructor of an item
+    /// below must not delete items above it.
     virtual ~STreeItem();
 
     /// The tree that owns the item; null for a detached one.
@@ -117,7 +117,8 @@ public:
 
     /// How many items are above this one; 0 for a root. Linear in the answer.
     int Depth() const;
-    /// Whether `other` is somewhere below this item; not for the item itself, nor for null. Linear in the other's depth.
+    /// Whether `other` is somewhere below this item; not for the item itself, nor for null. Linear in the
+    /// other's depth.
     bool IsAncestorOf(const STreeItem* other) const;
 
     /// This item and everything below it.
@@ -161,8 +162,8 @@ public:
     int RootCount() const { return m_roots.count; }
 
     // ---- Putting in: the tree takes the item over, with everything below it ----
-    // False, and nothing changed, when the item is null, stands in a tree already or hangs below a detached item; and
-    // when the parent or sibling is not in this tree. A null parent means a root.
+    // False, and nothing changed, when the item is null, stands in a tree already or hangs below a detached
+    // item; and when the parent or sibling is not in this tree. A null parent means a root.
 
     bool InsertFirst(STreeItem* item, STreeItem* parent = nullptr);
     bool InsertLast(STreeItem* item, STreeItem* parent = nullptr);
@@ -175,9 +176,9 @@ public:
     bool Remove(STreeItem* item);
     /// Takes the item out, with everything below it; both belong to the caller now.
     bool Detach(STreeItem* item);
-    /// Makes the item, with everything below it, a child of `parent` (null: a root) in front of the parent's child `before`
-    /// (null: as the last). False also when the parent is the item or below it, and when `before` is no child of the
-    /// parent.
+    /// Makes the item, with everything below it, a child of `parent` (null: a root) in front of the parent's
+    /// child `before` (null: as the last). False also when the parent is the item or below it, and when
+    /// `before` is no child of the parent.
     bool MoveTo(STreeItem* item, STreeItem* parent, STreeItem* before = nullptr);
     /// Deletes all items.
     void Clear() noexcept;

@@ -7,11 +7,12 @@
 // Value    nothing is kept; a null text counts as an empty one everywhere.
 // Threads  any.
 // Failure  none throws; a result that does not fit is cut at its last character.
-// Cost     linear in the text; long texts go 8 characters at a time.
+// Cost     linear in the texts, whatever they hold, and only up to where the answer is known; long texts go 8
+//          characters at a time.
 //
-// Texts are UTF-16, NUL-terminated unless a length is given; "character" means a code unit and lengths count units.
-// Comparisons answer negative, 0 or positive. "Ignoring case" upper-cases a unit at a time by the system's table
-// (SUpperChar), the same for every locale.
+// Texts are UTF-16, NUL-terminated unless a length is given; "character" means a code unit and lengths count
+// units. Comparisons answer negative, 0 or positive. "Ignoring case" upper-cases a unit at a time by the
+// system's table (SUpperChar), the same for every locale.
 #ifndef SAFEMEM_H
 #define SAFEMEM_H
 
@@ -37,15 +38,16 @@ CVCORE_API int SSafeStrICmp(const wchar_t* a, const wchar_t* b) noexcept;
 CVCORE_API int SSafeStrNICmp(const wchar_t* a, const wchar_t* b, size_t count) noexcept;
 /// Whether SSafeStrNbCmp tells upper from lower case.
 enum SCaseRule { kMatchCase, kIgnoreCase };
-/// Number-aware, at most `count` characters of either: runs of the digits 0-9 compare by value, of whatever length, the
-/// rest by code unit. Of two texts equal by that, the one whose first differing run has fewer leading zeros comes first.
+/// Number-aware, at most `count` characters of either: runs of the digits 0-9 compare by value, of whatever
+/// length, the rest by code unit (also a digit and another character). Of two texts equal by that, the one
+/// whose first differing run has fewer leading zeros comes first. A strict weak order, fit for sorting.
 CVCORE_API int SSafeStrNbCmp(const wchar_t* a, const wchar_t* b, size_t count, SCaseRule rule) noexcept;
 
 /// The same comparisons for texts of known length, in which a NUL is a character like any other.
 CVCORE_API int SSafeMemCmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength) noexcept;
 CVCORE_API int SSafeMemICmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength) noexcept;
 
-// ---- Search; null when there is nothing ----
+// ---- Search: null when there is nothing. In a null text nothing is found, not even a terminator. ----
 
 /// First and last occurrence of a character. Looking for NUL finds the terminator.
 CVCORE_API const wchar_t* SSafeStrChr(const wchar_t* text, wchar_t c) noexcept;
@@ -63,10 +65,11 @@ CVCORE_API const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const
 
 // ---- Copying into a buffer of a given size ----
 
-/// Copies the text, cut to what fits into `room` characters with the terminator. Returns 1 when it was not cut. A room of
-/// 0 writes nothing and returns 0. The areas may overlap.
+/// Copies the text, cut to what fits into `room` characters with the terminator. Returns 1 when it was not
+/// cut. A room of 0, or a null buffer, writes nothing and returns 0. The areas may overlap.
 CVCORE_API int SSafeStrCpy(wchar_t* to, size_t room, const wchar_t* from) noexcept;
-/// Appends in the same way; a buffer without a terminator within `room` is cut at its last character and returns 0.
+/// Appends in the same way; a buffer without a terminator within `room` is cut at its last character and
+/// returns 0.
 CVCORE_API int SSafeStrCat(wchar_t* to, size_t room, const wchar_t* from) noexcept;
 
 // ---- Case, a unit at a time ----

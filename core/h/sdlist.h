@@ -7,9 +7,9 @@
 //     list.AddHead(&second);
 //     for (SDListItem& item : list) static_cast<Task&>(item).Run();
 //
-// Identity an item is never copied and stands in one list at most: adding it takes it out of the list where it stood,
-//          which may be the same. The list does not own its items; it never deletes one. An item that is destroyed leaves
-//          its list; a list that is destroyed lets its items go.
+// Identity an item is never copied and stands in one list at most: adding it takes it out of the list where
+//          it stood, which may be the same. The list does not own its items; it never deletes one. An item
+//          that is destroyed leaves its list; a list that is destroyed lets its items go.
 // Threads  a list and its items belong to one thread at a time.
 // Failure  nothing here allocates or throws, but for what a comparison of QuickSort throws.
 // Cost     three words an item beside its virtual table pointer; constant time, where nothing else is said.
@@ -94,7 +94,8 @@ private:
     Item* m_at;
 };
 
-/// Negative, 0 or positive, as `a` belongs in front of `b`, beside it or behind it. May throw; must not touch the list.
+/// Negative, 0 or positive, as `a` belongs in front of `b`, beside it or behind it. May throw; must not touch
+/// the list.
 typedef int (*SDListCompare)(const SDListItem* a, const SDListItem* b, void* context);
 
 class CVCORE_API SDList {
@@ -138,12 +139,14 @@ public:
     SDListItem* RemoveTail();
     /// Lets all items go. Linear.
     void RemoveAll() noexcept;
-    /// Appends all items of another list, which is empty afterwards. Linear in their number. Its own items: no effect.
+    /// Appends all items of another list, which is empty afterwards. Linear in their number. Its own items:
+    /// no effect.
     void TakeAll(SDList& other) noexcept;
 
-    /// Sorts. The name is an old one, the promises are these: at most n times log2(n), rounded up, comparisons
-    /// whatever the order was; items that compare equal keep theirs; no allocation, no recursion. When a comparison throws, the list
-    /// holds all its items, in some order. A comparison that contradicts itself gives some order, too.
+    /// Sorts. The name is an old one, the promises are these: at most n times log2(n), rounded up,
+    /// comparisons whatever the order was; items that compare equal keep theirs; no allocation, no recursion.
+    /// When a comparison throws, the list holds all its items, in some order. A comparison that contradicts
+    /// itself gives some order, too.
     void QuickSort(SDListCompare compare, void* context = nullptr);
 
 private:

@@ -97,7 +97,11 @@ public:
     typedef typename SMapDetail::OtherOf<C>::Type Other;
 
     SMap() = default;
-    SMap(const SMap& other) : __STree() { __STree::operator=(other); }
+    SMap(const SMap& other) : __STree()
+    {
+        static_assert(std::is_copy_constructible_v<P>, "the values of this map can be moved but not copied");
+        __STree::operator=(other);
+    }
     SMap(SMap&& other) noexcept { SwapTrees(other); }
     /// Of equal keys the last one's value stays.
     SMap(std::initializer_list<P> pairs)
@@ -113,6 +117,7 @@ public:
     ~SMap() override { FreeTree(); }
     SMap& operator=(const SMap& other)
     {
+        static_assert(std::is_copy_constructible_v<P>, "the values of this map can be moved but not copied");
         __STree::operator=(other);
         return *this;
     }
@@ -231,7 +236,12 @@ protected:
         Pool()->Free(reinterpret_cast<char*>(entry) - kLead);
     }
     void DestroyPayload(void* payload) override { static_cast<P*>(payload)->~P(); }
-    void CopyPayload(void* payload, const void* value) override { ::new (payload) P(*static_cast<const P*>(value)); }
+    void CopyPayload([[maybe_unused]] void* payload, [[maybe_unused]] const void* value) override
+    {
+        // Who copies a map of values that cannot be copied is stopped by SMap's own copying.
+        if constexpr (std::is_copy_constructible_v<P>)
+            ::new (payload) P(*static_cast<const P*>(value));
+    }
     int CompareKeys(Key a, Key b) const override
     {
         return C::Compare(*reinterpret_cast<const K*>(a), *reinterpret_cast<const K*>(b));

@@ -1,23 +1,27 @@
-// table.h: the two array engines under the typed tables (tablemem.h). They know elements as bytes of one size:
-// __STableDumb copies them as bytes, __STableMem through virtual operations of the class that derives from it.
+// table.h: the two array engines under the typed tables (tablemem.h). They know elements as bytes of one
+// size: __STableDumb copies them as bytes, __STableMem through virtual operations of the class that derives
+// from it.
 //
 //     __STableDumb ids(sizeof(long));
 //     ids.Insert(ids.Count(), &id);
 //     const long first = *static_cast<const long*>(std::as_const(ids).GetAt(0));
 //
-// Value    copying shares the block and costs one increment; the first access that could change a shared block
-//          makes a private one. Pointers to elements are dead after the next member that is not const.
+// Value    copying shares the block and costs one increment; the first access that could change a shared
+//          block makes a private one. Pointers to elements are dead after the next member that is not const.
 // Threads  arrays that share a block must stay on one thread: the reference count is a plain number.
-// Failure  what must allocate throws SEOutOfMemory and leaves the elements as they were; so does a size beyond the address
-//          space, and whatever the copying of an element throws.
-// Cost     one word, for __STableMem a virtual table pointer beside it; 16 bytes in front of the elements. Blocks grow by
-//          half: 4, 7, 11, 17, 26, 40, ... A private block grows by realloc.
+// Failure  what must allocate throws SEOutOfMemory and leaves the elements as they were; so does a size
+//          beyond the address space, and whatever the copying of an element throws.
+// Cost     one word, for __STableMem a virtual table pointer beside it; 16 bytes in front of the elements.
+//          Capacities grow by half: 4, 7, 11, 17, 26, 40, ... The blocks of small elements have the bytes of
+//          the next growths as well (4 to 17, then three and three), so most growths of a private block need
+//          nothing from the heap.
 //
-// Elements move within a block, and with it, as bytes: a type with a pointer into itself cannot be an element. They are
-// aligned to 8 bytes at most.
+// Elements move within a block, and with it, as bytes: a type with a pointer into itself cannot be an
+// element. They are aligned to 8 bytes at most.
 //
-// Positions: where an element is named (GetAt, Remove, MoveTo, Swap) one outside 0..Count()-1 does nothing and the answer
-// is null or false; where a place is named (Insert, NewAt) one below 0 means the start and one beyond Count() the end.
+// Positions: where an element is named (GetAt, Remove, MoveTo, Swap) one outside 0..Count()-1 does nothing
+// and the answer is null or false; where a place is named (Insert, NewAt) one below 0 means the start and one
+// beyond Count() the end.
 #ifndef TABLE_H
 #define TABLE_H
 
@@ -43,8 +47,8 @@ struct __STableData {
     }
 };
 
-/// The word that is an array: the address of its block or, while it has none, its element size * 2 + 1. Only the engines
-/// derive from it.
+/// The word that is an array: the address of its block or, while it has none, its element size * 2 + 1. Only
+/// the engines derive from it.
 class CVCORE_API __STableWord {
 public:
     int Count() const { return HasBlock() ? Block()->count : 0; }
@@ -74,10 +78,7 @@ protected:
             ++Block()->refs;
     }
     /// Takes the other's block over; the other is empty afterwards.
-    __STableWord(__STableWord&& other) noexcept : m_word(other.m_word)
-    {
-        other.m_word = TaggedSize(ElementSize());
-    }
+    __STableWord(__STableWord&& other) noexcept : m_word(other.TakeWord()) {}
     __STableWord& operator=(const __STableWord&) = delete;
     /// The engine has let the block go.
     ~__STableWord() = default;
@@ -94,7 +95,8 @@ protected:
     {
         return HasBlock() && Block()->refs == 1 && Block()->count < Block()->capacity;
     }
-    /// For destructors: gives up a block that another array has too. False: there is one and it is the last reference.
+    /// For destructors: gives up a block that another array has too. False: there is one and it is the last
+    /// reference.
     bool LeavesNothing() noexcept
     {
         if (!HasBlock())
@@ -105,6 +107,15 @@ protected:
         m_word = TaggedSize(Block()->elementSize);
         return true;
     }
+    /// The word itself, for moving it elsewhere; the array is empty afterwards.
+    __STableData* TakeWord() noexcept
+    {
+        __STableData* const word = m_word;
+        m_word = TaggedSize(ElementSize());
+        return word;
+    }
+    /// Only while there is no block to lose.
+    void SetWord(__STableData* word) noexcept { m_word = word; }
     void SwapWords(__STableWord& other) noexcept
     {
         __STableData* const word = m_word;
@@ -115,8 +126,9 @@ protected:
 private:
     friend class __STableCore;
 
-    __STableData*
-        m_word; // a pointer even where it is a tagged number, for the optimiser: no element can be meant by it
+    // A pointer even where it is a tagged number: then the optimiser knows that no element, not even a
+    // number, is meant by it, and need not load it again after each store.
+    __STableData* m_word;
 };
 
 /// An array of plain elements, copied as bytes.
@@ -146,8 +158,9 @@ public:
     /// The address of an element, for writing: unshares.
     void* GetAt(int i);
 
-    /// Opens a slot at `i` and returns its address; the slot is not initialised. Without a block: makes one of capacity 4.
-    /// A full block grows to capacity * 3 / 2 + 1; a shared one is left for a private one of the same, or that, capacity.
+    /// Opens a slot at `i` and returns its address; the slot is not initialised. Without a block: makes one
+    /// of capacity 4. A full block grows to capacity * 3 / 2 + 1; a shared one is left for a private one of
+    /// the same, or that, capacity.
     void* NewAt(int i);
     /// Opens a slot at `i` and copies an element into it. `from` may be an element of this array.
     void Insert(int i, const void* from);
@@ -160,24 +173,26 @@ public:
     /// Turns the order round.
     void Reverse();
 
-    /// Makes the block private with capacity `n`, or Count() where `n` is less. 0 lets the block go, with whatever elements
-    /// are in it.
+    /// Makes the block private with capacity `n`, or Count() where `n` is less. 0 lets the block go, with
+    /// whatever elements are in it.
     void GrowTo(int n);
-    /// The array becomes a copy of `n` elements, in a block of that capacity; 0 or less lets the block go. `from` may be
-    /// elements of this array.
+    /// The array becomes a copy of `n` elements, in a block of that capacity; 0 or less lets the block go.
+    /// `from` may be elements of this array.
     void CopyArray(const void* from, int n);
     /// Lets the block go: no elements, one tagged word.
     void FreeData() noexcept;
 
-    /// A new block of capacity `count` without elements, one reference. For the engines and for those who must know
-    /// where running out of memory is reported from: both engines allocate here.
+    /// A new block of capacity `count` without elements, one reference. For the engines and for those who
+    /// must know where running out of memory is reported from: both engines allocate here.
     static __STableData* AllocData(int count, unsigned long elementSize);
 };
 
-/// An array of elements with copy semantics, which a derived class supplies. The members are those of __STableDumb; here
-/// copies of elements are made by Allocate, and Destroy ends each element once. Unsharing copies every element.
+/// An array of elements with copy semantics, which a derived class supplies. The members are those of
+/// __STableDumb; here copies of elements are made by Allocate, and Destroy ends each element once. Unsharing
+/// copies every element.
 ///
-/// The destructor of the class that supplies them must call FreeData: when this class's own destructor runs, they are gone.
+/// The destructor of the class that supplies them must call FreeData: when this class's own destructor runs,
+/// they are gone.
 class CVCORE_API __STableMem : public __STableWord {
 public:
     virtual ~__STableMem();
@@ -213,16 +228,17 @@ protected:
     __STableMem& operator=(const __STableMem& other) noexcept;
     __STableMem& operator=(__STableMem&& other) noexcept
     {
-        if (this != &other) {
-            FreeData();
-            SwapWords(other);
-        }
+        // `other` may end with the elements that go.
+        __STableData* const word = other.TakeWord();
+        FreeData();
+        SetWord(word);
         return *this;
     }
 
     /// Ends an element, as its destructor does. Must not touch the array.
     virtual void Destroy(void* element) noexcept = 0;
-    /// Constructs a copy of `from` at `where`. May throw; nothing stands at `where` then. Must not touch the array.
+    /// Constructs a copy of `from` at `where`. May throw; nothing stands at `where` then. Must not touch the
+    /// array.
     virtual void Allocate(void* where, const void* from) = 0;
 
     /// Takes back a slot from NewAt in which no element was constructed.

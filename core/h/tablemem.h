@@ -4,19 +4,20 @@
 //     names.Add(L"first");
 //     for (const SString& name : std::as_const(names)) ...      // a const table is read without unsharing
 //
-// Value    copying costs one increment; the first access that could change a shared table copies its elements.
-//          Everything that is not const counts as such an access: operator[], GetAt, begin and end too.
-// Threads  tables that share their elements must stay on one thread: the reference count is a plain number. For another
-//          thread make a table of its own, e.g. by GrowTo(Count()), before it is handed over.
-// Failure  what must allocate throws SEOutOfMemory; that, and whatever the copying of an element throws, leaves the table as
-//          it was.
-// Cost     one word when T is trivially copyable, two otherwise; 16 bytes in front of the elements. Room grows by half
-//          (4, 7, 11, 17, 26, ...). Adding at the end costs constant time on the average, Insert and Remove move what is
-//          behind.
+// Value    copying costs one increment; the first access that could change a shared table copies its
+//          elements. Everything that is not const counts as such an access: operator[], GetAt, begin and end
+//          too.
+// Threads  tables that share their elements must stay on one thread: the reference count is a plain number.
+//          For another thread make a table of its own, e.g. by GrowTo(Count()), before it is handed over.
+// Failure  what must allocate throws SEOutOfMemory; that, and whatever the copying of an element throws,
+//          leaves the table as it was.
+// Cost     one word when T is trivially copyable, two otherwise; 16 bytes in front of the elements. Room
+//          grows by half (4, 7, 11, 17, 26, ...). Adding at the end costs constant time on the average,
+//          Insert and Remove move what is behind.
 //
-// References, pointers and iterators to elements are dead after the next member that is not const, other than operator[],
-// GetAt, begin, end and Swap on a table that is not shared. A value that is given to a member may be an element of the
-// same table.
+// References, pointers and iterators to elements are dead after the next member that is not const, other than
+// operator[], GetAt, begin, end and Swap on a table that is not shared. A value that is given to a member may
+// be an element of the same table.
 //
 // Elements move as bytes. T must bear that; SIsRelocatable says whether it does.
 #ifndef TABLEMEM_H
@@ -33,16 +34,17 @@
 
 class SString;
 
-/// Whether an object can be moved by copying its bytes to another place and forgetting the old one, without constructor
-/// and destructor. That holds for nearly every type that holds no pointer into itself and tells nobody its own address;
-/// std::wstring, for one, points into itself. True for trivially copyable types and for the library's values; say it for
-/// a type of yours with S_RELOCATABLE.
+/// Whether an object can be moved by copying its bytes to another place and forgetting the old one, without
+/// constructor and destructor. That holds for nearly every type that holds no pointer into itself and tells
+/// nobody its own address; std::wstring, for one, points into itself. True for trivially copyable types and
+/// for the library's values; say it for a type of yours with S_RELOCATABLE.
 template <class T>
 struct SIsRelocatable : std::is_trivially_copyable<T> {};
 template <>
 struct SIsRelocatable<SString> : std::true_type {};
 
-/// Declares a type relocatable; at namespace scope, outside of any namespace: S_RELOCATABLE(MyNamespace::MyType)
+/// Declares a type relocatable; at namespace scope, outside of any namespace:
+/// S_RELOCATABLE(MyNamespace::MyType)
 #define S_RELOCATABLE(...)                                                                                   \
     template <>                                                                                              \
     struct SIsRelocatable<__VA_ARGS__> : std::true_type {}
@@ -50,8 +52,8 @@ struct SIsRelocatable<SString> : std::true_type {};
 /// How a table makes and ends its elements. A table with another class in its place calls that instead.
 template <class T>
 struct SAllocator {
-    /// Whether elements may be copied as bytes and need no end. Such a table is one word and never calls the functions
-    /// below for more than one element of a call.
+    /// Whether elements may be copied as bytes and need no end. Such a table is one word; Allocate then only
+    /// makes what is added, and Destroy is hardly ever called.
     static constexpr bool kPlain = std::is_trivially_copyable<T>::value;
 
     static void Allocate(void* where, const T& from) { ::new (where) T(from); }
@@ -59,16 +61,16 @@ struct SAllocator {
     static void Destroy(T& element) noexcept { element.~T(); }
 };
 
-/// The base of tables whose elements are not plain. A class that derives from it supplies Allocate and Destroy and calls
-/// FreeData in its destructor.
+/// The base of tables whose elements are not plain. A class that derives from it supplies Allocate and
+/// Destroy and calls FreeData in its destructor.
 class CVCORE_API __STable : public __STableMem {
 public:
     ~__STable() override;
 
 protected:
     explicit __STable(unsigned long elementSize) noexcept : __STableMem(elementSize) {}
-    /// With a block of that capacity from the start (0 or less: none). The second number is taken and not used: growth is
-    /// the engine's. Throws SEOutOfMemory.
+    /// With a block of that capacity from the start (0 or less: none). The second number is taken and not
+    /// used: growth is the engine's. Throws SEOutOfMemory.
     __STable(unsigned long elementSize, int capacity, int growBy);
     __STable(const __STable&) noexcept = default;
     __STable(__STable&&) noexcept = default;
@@ -157,7 +159,8 @@ public:
     using Engine::IsEmpty;
     using Engine::IsShared;
 
-    /// The element at an index, which must lie in 0..Count()-1: checked builds stop at a wrong one, others do not look.
+    /// The element at an index, which must lie in 0..Count()-1: checked builds stop at a wrong one, others do
+    /// not look.
     const T& operator[](int i) const
     {
         CheckIndex(i);
@@ -194,7 +197,8 @@ public:
     /// Puts a value in front of the element at `i`; below 0 means the start, from Count() on the end.
     void Insert(int i, const T& value) { InsertValue(i, value); }
     void Insert(int i, T&& value) { InsertValue(i, static_cast<T&&>(value)); }
-    /// Takes an element out; an index outside the table changes nothing and answers false, here and in the next two.
+    /// Takes an element out; an index outside the table changes nothing and answers false, here and in the
+    /// next two.
     bool Remove(int i) { return Engine::Remove(i); }
     /// Takes the element at `from` out and puts it back so that it stands at `to`; those between move by one.
     bool MoveTo(int from, int to) { return Engine::MoveTo(from, to); }
@@ -202,15 +206,15 @@ public:
     bool Swap(int i, int j) { return Engine::Swap(i, j); }
     /// Turns the order round.
     void Reverse() { Engine::Reverse(); }
-    /// Makes the table private, with room for exactly `n` elements or, where `n` is less, for those that are there. On
-    /// purpose, 0 means none at all: GrowTo(0) is Clear().
+    /// Makes the table private, with room for exactly `n` elements or, where `n` is less, for those that are
+    /// there. On purpose, 0 means none at all: GrowTo(0) is Clear().
     void GrowTo(int n) { Engine::GrowTo(n); }
     /// Removes all elements and gives the room back.
     void Clear() noexcept { Engine::FreeData(); }
 
 private:
-    // A value that is made before anything moves, and then goes into its slot as bytes: so the value may be an element of
-    // this table, and a constructor that throws finds the table untouched.
+    // A value that is made before anything moves, and then goes into its slot as bytes: so the value may be
+    // an element of this table, and a constructor that throws finds the table untouched.
     class Made {
     public:
         template <class Value>

@@ -25,8 +25,8 @@ __attribute__((target("avx2"))) inline void Store(char* to, __m256i value)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value);
 }
 
-// Both begin at the end towards which the bytes move, and store at aligned addresses. What aligned stores leave at either end
-// (less than a register each) is loaded before anything is stored and stored after all.
+// Both begin at the end towards which the bytes move, and store at aligned addresses. What aligned stores
+// leave at either end (less than a register each) is loaded before anything is stored and stored after all.
 
 __attribute__((target("avx2"))) void Avx2Up(char* to, const char* from, size_t bytes)
 {

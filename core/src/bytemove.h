@@ -13,7 +13,8 @@ constexpr size_t kWideFrom = 512;
 void UpWide(void* to, const void* from, size_t bytes);
 void DownWide(void* to, const void* from, size_t bytes);
 
-/// Moves `bytes` bytes to a higher address; the areas may overlap. 0 bytes are allowed, null pointers are not.
+/// Moves `bytes` bytes to a higher address; the areas may overlap. 0 bytes are allowed, null pointers are
+/// not.
 inline void Up(void* to, const void* from, size_t bytes)
 {
     if (bytes < kWideFrom)

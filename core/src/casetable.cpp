@@ -1,12 +1,13 @@
-// casetable.cpp: one thread builds the tables; what others need meanwhile they ask of the system unit by unit. So no
-// thread ever waits for another one, which might have been ended by ExitProcess or be held up by the loader lock.
+// casetable.cpp: one thread builds the tables; what others need meanwhile they ask of the system unit by
+// unit. So no thread ever waits for another one, which might have been ended by ExitProcess or be held up by
+// the loader lock.
 #include "casetable.h"
 
 #include <iterator>
 
 namespace CaseTable {
 
-std::atomic<int> g_state { kUnbuilt };
+std::atomic<int> g_state{ kUnbuilt };
 wchar_t g_upper[kUnits];
 wchar_t g_lower[kUnits];
 
@@ -25,7 +26,8 @@ void MapTable(DWORD how, wchar_t* table)
 {
     // In place, which the call allows for these two mappings.
     const bool mapped = Map(how, table, table, static_cast<int>(kUnits));
-    // A pair of the sequence could have been mapped as one character; and should the call fail, ASCII is still right.
+    // A pair of the sequence could have been mapped as one character; and should the call fail, ASCII is
+    // still right.
     for (unsigned c = kSurrogatesBegin; c < kSurrogatesEnd; ++c)
         table[c] = static_cast<wchar_t>(c);
     if (!mapped) {

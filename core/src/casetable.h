@@ -1,8 +1,8 @@
 // casetable.h: the system's simple case mapping of every code unit, as two tables.
 //
-// Built on the first use for a unit above 127; ASCII is mapped without them, so a program that stays within ASCII never
-// pays for them. Any thread may ask at any time, static initialisation included: nothing waits, nothing allocates.
-// Surrogates map to themselves.
+// Built on the first use for a unit above 127; ASCII is mapped without them, so a program that stays within
+// ASCII never pays for them. Any thread may ask at any time, static initialisation included: nothing waits,
+// nothing allocates. Surrogates map to themselves.
 #ifndef CASETABLE_H
 #define CASETABLE_H
 
@@ -16,7 +16,8 @@ namespace CaseTable {
 constexpr size_t kUnits = 0x10000;
 constexpr wchar_t kAsciiEnd = 0x80;
 
-/// The tables are blank until the state is kReady: read them through Upper and Lower, or ask IsReady before a loop.
+/// The tables are blank until the state is kReady: read them through Upper and Lower, or ask IsReady before a
+/// loop.
 enum State : int { kUnbuilt, kBeingBuilt, kReady };
 extern std::atomic<int> g_state;
 extern wchar_t g_upper[kUnits];

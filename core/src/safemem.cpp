@@ -1,4 +1,5 @@
-// safemem.cpp: the exported text primitives: null texts, terminators and orders over the kernels of textkern.h.
+// safemem.cpp: the exported text primitives: null texts, terminators and orders over the kernels of
+// textkern.h.
 #include "safemem.h"
 
 #include "casetable.h"
@@ -28,8 +29,9 @@ using FindKernel = const wchar_t* (*)(const wchar_t*, size_t, const wchar_t*, si
 
 constexpr size_t kFirstStretch = 512;
 
-// Measuring the whole text first would make a walk from one occurrence to the next quadratic. So the text is measured and
-// searched in stretches, each twice as long as the last: the cost follows the place where the text is found.
+// Measuring the whole text first would make a walk from one occurrence to the next quadratic. So the text is
+// measured and searched in stretches, each twice as long as the last: the cost follows the place where the
+// text is found.
 const wchar_t* FindInTerminated(FindKernel find, const wchar_t* text, const wchar_t* wanted)
 {
     if (!text)
@@ -91,8 +93,9 @@ int CompareRuns(Cursor& a, Cursor& b)
     return order;
 }
 
-// Each text is a row of tokens: numbers and other units. All digits lie on the same side of any other unit, so tokens
-// have one order, and comparing first all tokens, then all counts of leading zeros makes a proper order of texts.
+// Each text is a row of tokens: numbers and other units. All digits lie on the same side of any other unit,
+// so tokens have one order, and comparing first all tokens, then all counts of leading zeros makes a proper
+// order of texts.
 template <class Unit>
 int CompareNumberAware(Cursor a, Cursor b, Unit unit)
 {
@@ -162,7 +165,8 @@ int SSafeStrNbCmp(const wchar_t* a, const wchar_t* b, size_t count, SCaseRule ru
 {
     const Cursor ours(OrEmpty(a), count);
     const Cursor its(OrEmpty(b), count);
-    return rule == kIgnoreCase ? CompareNumberAware(ours, its, CaseTable::Upper) : CompareNumberAware(ours, its, AsIs);
+    return rule == kIgnoreCase ? CompareNumberAware(ours, its, CaseTable::Upper)
+                               : CompareNumberAware(ours, its, AsIs);
 }
 
 int SSafeMemCmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength) noexcept
@@ -210,12 +214,14 @@ const wchar_t* SSafeMemRChr(const wchar_t* text, size_t length, wchar_t c) noexc
     return text ? TextKern::FindLastChar(text, length, c) : nullptr;
 }
 
-const wchar_t* SSafeMemStr(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength) noexcept
+const wchar_t* SSafeMemStr(const wchar_t* text, size_t length, const wchar_t* wanted,
+                           size_t wantedLength) noexcept
 {
     return text ? TextKern::FindPart(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }
 
-const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength) noexcept
+const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const wchar_t* wanted,
+                            size_t wantedLength) noexcept
 {
     return text ? TextKern::FindPartNoCase(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }

@@ -101,9 +101,10 @@ void SDList::TakeAll(SDList& other) noexcept
 
 // ---- Sorting ----
 
-// A merge sort from the bottom up: run number i holds 2^i items or none, and an item that comes along is merged with runs
-// 0, 1, ... up to the first empty one, as a carry goes through a binary number. Items are in one chain or another (linked
-// by m_next alone) at every call of the comparison, so that the destructor can gather them whatever happened.
+// A merge sort from the bottom up: run number i holds 2^i items or none, and an item that comes along is
+// merged with runs 0, 1, ... up to the first empty one, as a carry goes through a binary number. Items are in
+// one chain or another (linked by m_next alone) at every call of the comparison, so that the destructor can
+// gather them whatever happened.
 class SDList::Sorter {
 public:
     Sorter(SDList& list, SDListCompare compare, void* context)

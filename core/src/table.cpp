@@ -1,5 +1,5 @@
-// table.cpp: both array engines. They differ only in how an element is copied and ended, so all the work is done once, by
-// __STableCore, which is told by a null pointer that bytes will do.
+// table.cpp: both array engines. They differ only in how an element is copied and ended, so all the work is
+// done once, by __STableCore, which is told by a null pointer that bytes will do.
 #include "table.h"
 
 #include "bytemove.h"
@@ -30,17 +30,18 @@ struct GrowthRow {
 };
 constexpr GrowthRow kGrowthRow;
 
-// Most of what growing costs is the heap. So the first four capacities in the row, and then three after three, have the
-// bytes of the last of them, and growing from one to the next needs no other block. That is for small elements only (bytes
-// of one), and for blocks that do not get too much in this way (bytes).
+// Most of what growing costs is the heap. So the first four capacities in the row, and then three after
+// three, have the bytes of the last of them, and growing from one to the next needs no other block. That is
+// for small elements only (bytes of one), and for blocks that do not get too much in this way (bytes).
 constexpr int kSharedRoom = 3;
 constexpr unsigned long kMostElementBytes = 16;
 constexpr unsigned long long kMostSpareBytes = 0x1000000;
 static_assert((GrowthRow::kLength - 1) % kSharedRoom == 0,
               "the last capacity in the row is the last of its three");
 
-// Between these sizes of a block (bytes) realloc often finds room behind it. Below it costs more than copying, and above
-// the heap takes fresh pages from the system and realloc costs half again as much as doing it here.
+// Between these sizes of a block (bytes) realloc often finds room behind it. Below it costs more than
+// copying, and above the heap takes fresh pages from the system and realloc costs half again as much as doing
+// it here.
 constexpr size_t kReallocFrom = 0x400;
 constexpr size_t kReallocBelow = 0x40000;
 
@@ -71,9 +72,10 @@ size_t BlockBytes(int capacity, unsigned long elementSize)
         while (i < GrowthRow::kLength - 1 && kGrowthRow.capacity[i] < capacity)
             ++i;
         const int last = i == 0 ? kSharedRoom : (i + kSharedRoom - 1) / kSharedRoom * kSharedRoom;
-        const int spare = kGrowthRow.capacity[last] - capacity;
-        if (kGrowthRow.capacity[i] == capacity && spare * elementSize <= kMostSpareBytes)
-            room += spare * elementSize;
+        const unsigned long long all =
+            static_cast<unsigned long long>(kGrowthRow.capacity[last]) * elementSize;
+        if (kGrowthRow.capacity[i] == capacity && all - room <= kMostSpareBytes)
+            room = all;
     }
     if (room > PTRDIFF_MAX - sizeof(__STableData))
         ThrowOutOfMemory();
@@ -138,7 +140,6 @@ private:
 
     void Construct(void* where, const void* from);
     __STableData* NewBlockWith(const void* from, int count, int capacity);
-    void DestroyElements(__STableData* data, int count) noexcept;
     void LetGo(__STableData* data) noexcept;
     void MakePrivate(int capacity);
     void Resize(int capacity);
@@ -181,29 +182,23 @@ __STableData* __STableCore::NewBlockWith(const void* from, int count, int capaci
         }
     }
     catch (...) {
-        DestroyElements(data, data->count);
-        std::free(data);
+        LetGo(data);
         throw;
     }
     return data;
 }
 
-void __STableCore::DestroyElements(__STableData* data, int count) noexcept
-{
-    if (!m_semantics)
-        return;
-    for (int i = 0; i < count; ++i)
-        m_semantics->Destroy(data->At(i));
-}
-
-// Drops one reference of a block that the table no longer shows.
+// Drops one reference of a block that the table does not show.
 void __STableCore::LetGo(__STableData* data) noexcept
 {
     if (data->refs > 1) {
         --data->refs;
         return;
     }
-    DestroyElements(data, data->count);
+    if (m_semantics) {
+        for (int i = 0; i < data->count; ++i)
+            m_semantics->Destroy(data->At(i));
+    }
     std::free(data);
 }
 
@@ -472,8 +467,9 @@ void __STableDumb::FreeData() noexcept
 __STableMem::~__STableMem()
 {
 #ifdef CVCORE_CHECKED
+    // The derived destructor did not call FreeData, and nobody is left who could end the elements.
     if (HasBlock())
-        __builtin_trap(); // the derived destructor did not call FreeData, and nobody is left who could end the elements
+        __builtin_trap();
 #endif
 }
 

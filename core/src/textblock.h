@@ -23,9 +23,16 @@ inline void SetUnitAt(wchar_t* text, size_t index, wchar_t c)
     static_cast<LooseUnit*>(text)[index] = c;
 }
 
+inline size_t Address(const wchar_t* text)
+{
+    return reinterpret_cast<size_t>(text);
+}
+
 using Block = __m128i;
 constexpr size_t kBlockUnits = 8;
 constexpr size_t kBlockBytes = 16;
+/// What the kernels do in one step while they find nothing.
+constexpr size_t kStepUnits = 4 * kBlockUnits;
 constexpr unsigned kAllLanes = 0xFFFF;
 
 inline Block Load(const wchar_t* text)
@@ -41,8 +48,8 @@ inline void Store(wchar_t* text, Block block)
     _mm_storeu_si128(reinterpret_cast<__m128i_u*>(text), block);
 }
 
-/// Half and quarter of a block, the rest zero. Not by _mm_loadl_epi64: without optimisation that goes through the MMX
-/// registers and leaves the floating-point unit unusable.
+/// Half and quarter of a block, the rest zero. Not by _mm_loadl_epi64: without optimisation that goes through
+/// the MMX registers and leaves the floating-point unit unusable.
 inline Block LoadHalf(const wchar_t* text)
 {
     double bits;
@@ -103,7 +110,8 @@ inline bool IsAscii(Block block)
 {
     return Lanes(Equal(Both(block, Fill(0xFF80)), _mm_setzero_si128())) == kAllLanes;
 }
-/// Truth for the 26 units from `first` on. SSE2 compares signed numbers only, so the range is moved to their low end.
+/// Truth for the 26 units from `first` on. SSE2 compares signed numbers only, so the range is moved to their
+/// low end.
 inline Block IsLetterFrom(wchar_t first, Block block)
 {
     const Block moved = _mm_add_epi16(block, Fill(static_cast<wchar_t>(0x8000 - first)));

@@ -1,7 +1,7 @@
-// textfind.cpp: text search. The first and the last unit of the wanted text are looked for in 16 places at once; only
-// places that have both are compared. Texts of few different units can make that quadratic, so the comparisons have a
-// budget in proportion to the text that was passed: when it is spent, the rest is left to a slower search whose worst
-// case is linear.
+// textfind.cpp: text search. The first and the last unit of the wanted text are looked for in 16 places at
+// once; only places that have both are compared. Texts of few different units can make that quadratic, so the
+// comparisons have a budget in proportion to the text that was passed: when it is spent, the rest is left to
+// a slower search whose worst case is linear.
 #include "textkern.h"
 
 #include "casetable.h"
@@ -15,8 +15,8 @@ namespace TextKern {
 namespace {
 
 constexpr size_t kWindow = 2 * kBlockUnits;
-// Units compared in vain for each unit passed, and how many of those are taken for granted. Blocks compare so fast that
-// this much costs less than the slower search does.
+// Units compared in vain for each unit passed, and how many of those are taken for granted. Blocks compare so
+// fast that this much costs less than the slower search does.
 constexpr unsigned kWorkPerUnit = 8;
 constexpr size_t kUnitsGranted = 2048;
 
@@ -37,8 +37,10 @@ struct Exactly {
     // Both ends of the wanted text, and which of the 16 places from `text` on have them.
     class Ends {
     public:
-        Ends(const wchar_t* wanted, size_t length) :
-            m_first(Fill(UnitAt(wanted, 0))), m_last(Fill(UnitAt(wanted, length - 1))), m_distance(length - 1)
+        Ends(const wchar_t* wanted, size_t length)
+            : m_first(Fill(UnitAt(wanted, 0))),
+              m_last(Fill(UnitAt(wanted, length - 1))),
+              m_distance(length - 1)
         {}
         unsigned Places(const wchar_t* text) const
         {
@@ -64,11 +66,14 @@ struct IgnoringCase {
 
     class Ends {
     public:
-        Ends(const wchar_t* wanted, size_t length) :
-            m_firstUnit(Unit(UnitAt(wanted, 0))), m_lastUnit(Unit(UnitAt(wanted, length - 1))),
-            m_firstCase(CaseBit(m_firstUnit)), m_lastCase(CaseBit(m_lastUnit)),
-            m_first(Either(Fill(m_firstUnit), m_firstCase)), m_last(Either(Fill(m_lastUnit), m_lastCase)),
-            m_distance(length - 1)
+        Ends(const wchar_t* wanted, size_t length)
+            : m_firstUnit(Unit(UnitAt(wanted, 0))),
+              m_lastUnit(Unit(UnitAt(wanted, length - 1))),
+              m_firstCase(CaseBit(m_firstUnit)),
+              m_lastCase(CaseBit(m_lastUnit)),
+              m_first(Either(Fill(m_firstUnit), m_firstCase)),
+              m_last(Either(Fill(m_lastUnit), m_lastCase)),
+              m_distance(length - 1)
         {}
         unsigned Places(const wchar_t* text) const
         {
@@ -79,12 +84,16 @@ struct IgnoringCase {
             const Block last2 = Load(last + 8);
             if (S_UNLIKELY(!IsAscii(Either(Either(first1, first2), Either(last1, last2)))))
                 return PlacesByTable(text);
-            return Hits(Both(Equal(Either(first1, m_firstCase), m_first), Equal(Either(last1, m_lastCase), m_last)),
-                        Both(Equal(Either(first2, m_firstCase), m_first), Equal(Either(last2, m_lastCase), m_last)));
+            return Hits(
+                Both(Equal(Either(first1, m_firstCase), m_first), Equal(Either(last1, m_lastCase), m_last)),
+                Both(Equal(Either(first2, m_firstCase), m_first), Equal(Either(last2, m_lastCase), m_last)));
         }
 
     private:
-        static Block CaseBit(wchar_t upper) { return Fill(upper >= L'A' && upper <= L'Z' ? kCaseBit : L'\0'); }
+        static Block CaseBit(wchar_t upper)
+        {
+            return Fill(upper >= L'A' && upper <= L'Z' ? kCaseBit : L'\0');
+        }
         unsigned PlacesByTable(const wchar_t* text) const
         {
             unsigned hits = 0;

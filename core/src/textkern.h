@@ -1,11 +1,13 @@
 // textkern.h: the loops over characters that everything above is fast by.
 //
-// Texts are given by pointer and length, may hold NULs and may stand at odd addresses; nothing outside of them is read.
-// The few that search for a terminator read whole blocks of 16 aligned bytes (64 where that is measurably better), and
-// only such that hold a character of the text, so they never touch a page that the text does not reach.
+// Texts are given by pointer and length, may hold NULs and may stand at odd addresses; nothing outside of
+// them is read. The few that search for a terminator read whole blocks of 16 aligned bytes (64 where that is
+// measurably better), and only such that hold a character of the text, so they never touch a page that the
+// text does not reach.
 //
-// No kernel keeps anything, allocates, or needs anything initialised: static objects of other modules use them first.
-// All are plain functions of one signature each, so that wider ones can be chosen at run time by a table of pointers.
+// No kernel keeps anything, allocates, or needs anything initialised: static objects of other modules use
+// them first. All are plain functions, so that wider ones can be chosen at run time through a table of
+// pointers.
 #ifndef TEXTKERN_H
 #define TEXTKERN_H
 
@@ -40,7 +42,7 @@ size_t MismatchNoCase(const wchar_t* a, const wchar_t* b, size_t length);
 
 const wchar_t* FindChar(const wchar_t* text, size_t length, wchar_t c);
 const wchar_t* FindLastChar(const wchar_t* text, size_t length, wchar_t c);
-/// First occurrence of a text; an empty one is found at the start. Linear in both lengths, whatever the texts.
+/// First occurrence of a text; an empty one is found at the start. Linear whatever the texts hold.
 const wchar_t* FindPart(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength);
 const wchar_t* FindPartNoCase(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength);
 

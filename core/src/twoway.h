@@ -1,7 +1,8 @@
 // twoway.h: text search that is linear whatever the texts are and needs no memory (Crochemore and Perrin's).
 //
-// The wanted text is cut in two where no shorter repetition reaches across the cut (a critical factorisation). The right
-// part is matched forwards, then the left part backwards; every way of failing tells how far the search may move on.
+// The wanted text is cut in two where no shorter repetition reaches across the cut (a critical
+// factorisation). The right part is matched forwards, then the left part backwards; every way of failing
+// tells how far the search may move on.
 #ifndef TWOWAY_H
 #define TWOWAY_H
 
@@ -19,7 +20,8 @@ struct MaximalSuffix {
     template <class Unit>
     MaximalSuffix(const Unit& unit, size_t length, bool descending) : start(0), period(1)
     {
-        // Compares the suffix at `start` with the one at `rival`; both agree in `same` units after `repeated` periods.
+        // Compares the suffix at `start` with the one at `rival`; both agree in `same` units after `repeated`
+        // periods.
         size_t rival = 1;
         size_t same = 0;
         while (rival + same < length) {
@@ -43,8 +45,8 @@ struct MaximalSuffix {
     }
 };
 
-/// Position of the first occurrence of a text of `wantedLength` >= 1 units in one of `length`; `length` when there is none.
-/// Both are functions that give the unit at a position.
+/// Position of the first occurrence of a text of `wantedLength` >= 1 units in one of `length`; `length` when
+/// there is none. Both are functions that give the unit at a position.
 template <class TextUnit, class WantedUnit>
 size_t FindTwoWay(const TextUnit& text, size_t length, const WantedUnit& wanted, size_t wantedLength)
 {
@@ -55,12 +57,13 @@ size_t FindTwoWay(const TextUnit& text, size_t length, const WantedUnit& wanted,
     const MaximalSuffix& cut = up.start > down.start ? up : down;
     const size_t left = cut.start;
 
-    // When the left part repeats with the period of the right one, so does the whole text, and after a match of the right
-    // part alone the search may only move by that period. Otherwise it may move by more than the longer part.
+    // When the left part repeats with the period of the right one, so does the whole text, and after a match
+    // of the right part alone the search may only move by that period. Otherwise it may move by more than the
+    // longer part.
     //
-    // Moving by the period compares nearly all of the right part again, but this can happen once only in as many units:
-    // the left part, shorter than the period, then lies where the text is known to repeat. So there is a full match, or
-    // the right part fails behind what is known, which moves the search past it.
+    // Moving by the period compares nearly all of the right part again, but this can happen once only in as
+    // many units: the left part, shorter than the period, then lies where the text is known to repeat. So
+    // there is a full match, or the right part fails behind what is known, which moves the search past it.
     bool periodic = true;
     for (size_t i = 0; i < left && periodic; ++i)
         periodic = wanted(i) == wanted(i + cut.period);

@@ -1,7 +1,7 @@
 // guardedtext.h: texts between two pages that must not be touched, at every alignment.
 //
 //     GuardedText guarded;
-//     const wchar_t* text = guarded.AtEnd(L"abc", 3, 2);     // two bytes lie between it and the forbidden page
+//     const wchar_t* text = guarded.AtEnd(L"abc", 3, 2);     // two bytes before the forbidden page
 //
 // A place may be odd: read and write such texts as bytes.
 #ifndef TESTS_GUARDEDTEXT_H
@@ -19,7 +19,8 @@ public:
     static constexpr size_t kPage = 4096;
     static constexpr size_t kBytes = 2 * kPage;
 
-    GuardedText() : m_base(static_cast<char*>(::VirtualAlloc(nullptr, kBytes + 2 * kPage, MEM_RESERVE, PAGE_NOACCESS)))
+    GuardedText()
+        : m_base(static_cast<char*>(::VirtualAlloc(nullptr, kBytes + 2 * kPage, MEM_RESERVE, PAGE_NOACCESS)))
     {
         if (!m_base || !::VirtualAlloc(m_base + kPage, kBytes, MEM_COMMIT, PAGE_READWRITE))
             throw std::bad_alloc();
@@ -30,12 +31,16 @@ public:
     GuardedText(const GuardedText&) = delete;
     GuardedText& operator=(const GuardedText&) = delete;
 
-    /// Copies the text so that `gap` bytes lie between it and the page behind (before) it; `gap` units at most.
+    /// Copies the text so that `gap` bytes lie between it and the page behind (before) it; `gap` units at
+    /// most.
     wchar_t* AtEnd(const wchar_t* text, size_t length, size_t gap)
     {
         return Put(m_base + kPage + kBytes - gap - length * sizeof(wchar_t), text, length);
     }
-    wchar_t* AtStart(const wchar_t* text, size_t length, size_t gap) { return Put(m_base + kPage + gap, text, length); }
+    wchar_t* AtStart(const wchar_t* text, size_t length, size_t gap)
+    {
+        return Put(m_base + kPage + gap, text, length);
+    }
 
     /// Calls `visit` with the text at both ends, at each of the 16 distances below a block.
     template <class Visit>

@@ -31,8 +31,10 @@ private:
     {
         using CharCall = wchar_t*(WINAPI*)(wchar_t*);
         const HMODULE user = ::LoadLibraryW(L"user32.dll");
-        const auto upper = reinterpret_cast<CharCall>(reinterpret_cast<void*>(::GetProcAddress(user, "CharUpperW")));
-        const auto lower = reinterpret_cast<CharCall>(reinterpret_cast<void*>(::GetProcAddress(user, "CharLowerW")));
+        const auto upper =
+            reinterpret_cast<CharCall>(reinterpret_cast<void*>(::GetProcAddress(user, "CharUpperW")));
+        const auto lower =
+            reinterpret_cast<CharCall>(reinterpret_cast<void*>(::GetProcAddress(user, "CharLowerW")));
         if (!upper || !lower)
             throw std::runtime_error("user32.dll has no CharUpperW or no CharLowerW");
         for (unsigned c = 0; c < 0x10000; ++c) {
