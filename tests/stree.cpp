@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -17,6 +18,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -180,6 +182,125 @@ TEST(Map, WalksBothWaysAndFitsTheStandardLibrary)
         EXPECT_EQ(0u, reinterpret_cast<UINT_PTR>(&aligned[c]) % 8) << "as its type asks";
 }
 
+TEST(Map, FindsAPlainTextAmongKeysThatHoldNuls)
+{
+    const SString key(std::wstring_view(L"a\0b", 3));
+    SMap<SString, int> map;
+    SMap<SString, int, SAscNoCase> noCase;
+    map.Set(key, 1);
+    noCase.Set(key, 1);
+    EXPECT_EQ(nullptr, map.Find(L"a"));
+    EXPECT_FALSE(map.Remove(L"a")) << "another key than the one that holds more";
+    EXPECT_EQ(nullptr, noCase.Find(L"A"));
+    map.Set(L"a", 2);
+    noCase.Set(L"A", 2);
+    EXPECT_EQ(2, *map.Find(L"a"));
+    EXPECT_EQ(2, *noCase.Find(L"a"));
+    EXPECT_EQ(1, *map.Find(key));
+}
+
+TEST(Map, OrdersStringKeysAsTheyCompare)
+{
+    std::mt19937 random(TestSeed());
+    const wchar_t units[] = { L'\0', L'a', L'b', 0x0161, 0x6161, 0xFFFF };
+    const auto sign = [](int order) { return (order > 0) - (order < 0); };
+    for (int round = 0; round < 20000; ++round) {
+        std::wstring texts[2];
+        for (std::wstring& text : texts) {
+            text = std::wstring(random() % 10, L'a');
+            for (unsigned changes = random() % 3; changes > 0 && !text.empty(); --changes)
+                text[random() % text.size()] = units[random() % std::size(units)];
+        }
+        const SString a { std::wstring_view(texts[0]) }, b { std::wstring_view(texts[1]) };
+        const int order = sign(texts[0].compare(texts[1]));
+        ASSERT_EQ(order, sign(SAsc<SString>::Compare(a, b))) << a << b;
+        if (texts[0].find(L'\0') == texts[0].npos) {
+            ASSERT_EQ(order, sign(SAsc<SString>::Compare(STextProbe(texts[0].c_str()), b))) << a << b;
+        }
+    }
+    EXPECT_EQ(0, SAsc<SString>::Compare(STextProbe(nullptr), SString()));
+    EXPECT_GT(0, SAsc<SString>::Compare(STextProbe(nullptr), SString(L"a")));
+}
+
+TEST(Map, HoldsMapsOfItsOwnKindAndTakesOneOfThemForAllOfIt)
+{
+    struct Node {
+        int weight = 0;
+        SMap<int, Node> children;
+    };
+    CheckedMap<int, Node> top;
+    for (int i = 0; i < 9; ++i)
+        top[4].children[i].weight = 10 * i;
+    SMap<int, Node>& asMap = top;
+    asMap = top.Find(4)->children;      // which ends with the old contents
+    EXPECT_EQ("", top.Broken());
+    ASSERT_EQ(9, top.Count());
+    EXPECT_EQ(80, top.Find(8)->weight);
+    top.Find(8)->children[1].weight = 81;
+    asMap = std::move(top.Find(8)->children);
+    EXPECT_EQ(1, top.Count());
+    EXPECT_EQ(81, top.Find(1)->weight);
+}
+
+namespace {
+
+// A map whose entries have a size that nobody else uses.
+template <int kBytes>
+void UseMapOf()
+{
+    struct Value {
+        char bytes[kBytes];
+    };
+    SMap<int, Value> map;
+    map[1];
+}
+
+// Works under the idle list's lock, as every idle consumer does.
+struct MapUsingConsumer : SIdleConsumer {
+    std::thread other;
+
+    int OnIdle(int) override
+    {
+        other = std::thread(UseMapOf<5004>);
+        ::Sleep(50);            // it waits for the idle list now, to register its pool
+        UseMapOf<5008>();
+        return 0;
+    }
+};
+
+} // namespace
+
+// Hung while a thread that made a pool held a lock of the pools and waited for that of the idle list.
+TEST(EntryPools, AreMadeInAnIdleConsumerWhileAnotherThreadMakesOne)
+{
+    MapUsingConsumer consumer;
+    SIdleConsumerList::Process().OnIdle(0);
+    consumer.other.join();
+}
+
+TEST(EntryPools, AreOneForASizeHoweverManyThreadsAskFirst)
+{
+    for (unsigned long bytes = 6000; bytes < 6400; bytes += 4) {
+        SFixedAlloc* pools[4] = {};
+        std::atomic<int> waiting { 0 };
+        std::vector<std::thread> threads;
+        for (unsigned long i = 0; i < 4; ++i) {
+            threads.emplace_back([&, i] {
+                for (++waiting; waiting < 4;)
+                    ::Sleep(0);
+                pools[i] = SEntryPool(bytes - i);
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        for (SFixedAlloc* pool : pools) {
+            ASSERT_NE(nullptr, pool);
+            ASSERT_EQ(pools[0], pool) << "a size is rounded up to words: " << bytes;
+        }
+        ASSERT_EQ(bytes, pools[0]->ElementSize());
+    }
+}
+
 TEST(TreeEngine, AddsReplacesAndRemovesThroughTheTraits)
 {
     HeapTree tree;
@@ -222,6 +343,7 @@ TEST(TreeEngine, CopiesWholeOrNotAtAll)
         EXPECT_THROW(target = source, int);
         ASSERT_TRUE(target.Has(-1));
         ASSERT_EQ(1, target.live);
+        ASSERT_EQ(999, target.allowed) << "no entry of the attempt is left";
     }
     target.copiesUntilThrow = -1;
     target = source;
@@ -229,6 +351,9 @@ TEST(TreeEngine, CopiesWholeOrNotAtAll)
     EXPECT_EQ(100, target.Count());
     EXPECT_EQ(100, target.live);
     EXPECT_EQ(source.ValueOf(42), target.ValueOf(42));
+    target.allowed = 0;
+    target = *&target;      // copies nothing: payloads stay where they are
+    EXPECT_EQ(100, target.Count());
 }
 
 TEST(Map, WithoutMemoryStaysAsItWas)

@@ -131,6 +131,15 @@ TEST(StringMapLists, ReadByTheRules)
     EXPECT_STREQ(L"k^;=^^^=1", map.GetAsList(L";", L"^"));
 }
 
+TEST(StringMapLists, ReadAValueOfTheMapThatTheListReplaces)
+{
+    const SString lines(L'A', 40);
+    SStringUnsortedMap map;
+    map.Set(L"list", SString(L"list=0;y=") + lines + L";z=B");
+    EXPECT_EQ(3, map.AddFromList(*map.Find(L"list"), L";", L'\\'));
+    EXPECT_EQ((Pairs { { L"list", L"0" }, { L"y", Wide(lines) }, { L"z", L"B" } }), PairsOf(map));
+}
+
 TEST(StringMapLists, GiveBackWhatTheyTook)
 {
     std::mt19937 random(TestSeed());

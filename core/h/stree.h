@@ -157,6 +157,7 @@ private:
     void RotateLeft(Entry* entry);
     void RotateRight(Entry* entry);
     void Rotate(Entry* entry, bool right);
+    void Turn(Entry* entry, bool right);
     void SwapPosition(Entry* entry, Entry* successor);
     void Unlink(Entry* entry);
     void InsertFixup(Entry* entry);

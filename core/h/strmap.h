@@ -48,7 +48,8 @@ public:
         return ReadList(list, separators, escape, divider, set, static_cast<Map*>(this));
     }
     /// The one-line form of all pairs, in the map's order; linear in its length. Reading it back with the same
-    /// separator, escape and divider gives the same pairs (an empty escape protects nothing).
+    /// separator, escape and divider, three different characters, gives the same pairs. An empty escape protects nothing;
+    /// of a longer separator only the whole is protected, and reading takes each of its characters for one.
     SString GetAsList(const SString& separator, const SString& escape, wchar_t divider = L'=') const
     {
         const SString mark(divider, 1);
@@ -86,7 +87,8 @@ public:
 };
 
 /// An ordered map that is walked in the order in which its keys were added. A key whose value is replaced keeps its place;
-/// one that is removed and added again goes to the end.
+/// one that is removed and added again goes to the end. Pairs never move, but iterators are positions: adding, removing and
+/// clearing ends them all.
 template <class C>
 class SUnsortedMap : protected SMap<SString, SString, C> {
     typedef SMap<SString, SString, C> Base;
@@ -149,7 +151,7 @@ public:
         return Base::PairOf(entry ? entry : Append(key, place, SString())).value;
     }
     bool Remove(const SString& key) { return RemoveFound(Base::Search(key)); }
-    bool Remove(const wchar_t* key) { return RemoveFound(Base::Search(key)); }
+    bool Remove(const wchar_t* key) { return RemoveFound(Base::Search(typename C::Probe(key))); }
     void Clear()
     {
         m_order.FreeData();

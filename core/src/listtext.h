@@ -15,11 +15,14 @@
 /// opens no further item.
 class ListReader {
 public:
-    /// The texts must outlive the reader. An escape of NUL is none.
+    /// Shares the texts: what becomes of the strings meanwhile does not matter, they may be among those that the items
+    /// replace. An escape of NUL is none.
     ListReader(const SString& list, const SString& separators, wchar_t escape)
-        : m_at(list.begin()), m_end(list.end()), m_separators(separators), m_escape(escape)
+        : m_list(list), m_separators(separators), m_escape(escape), m_at(m_list.begin()), m_end(m_list.end())
     {
     }
+    ListReader(const ListReader&) = delete;
+    ListReader& operator=(const ListReader&) = delete;
 
     /// Puts the next item into `*item`; false at the end of the list.
     bool Next(SString* item) { return Next(item, nullptr, L'\0'); }
@@ -29,10 +32,11 @@ public:
 private:
     bool IsSeparator(wchar_t c) const { return m_separators.Find(c) != nullptr; }
 
+    const SString m_list;
+    const SString m_separators;
+    const wchar_t m_escape;
     const wchar_t* m_at;
     const wchar_t* const m_end;
-    const SString& m_separators;
-    const wchar_t m_escape;
 };
 
 /// Appends a text so that a reader gives it back: each escape doubled, each text of `special` with an escape in front, in

@@ -232,18 +232,24 @@ void __STree::DeleteFixup(Entry* entry)
 
 // ---- Rotating ----
 
+// Turns an entry down to the left: its right child takes its place.
 void __STree::RotateLeft(Entry* entry)
 {
-    Rotate(entry, false);
+    Turn(entry, false);
 }
 
+// The mirror image.
 void __STree::RotateRight(Entry* entry)
 {
-    Rotate(entry, true);
+    Turn(entry, true);
 }
 
-// Turns an entry down to the left (right): its child on the other side takes its place.
 void __STree::Rotate(Entry* entry, bool right)
+{
+    right ? RotateRight(entry) : RotateLeft(entry);
+}
+
+inline void __STree::Turn(Entry* entry, bool right)
 {
     Entry* const child = entry->Link(!right);
     Entry* const inner = child->Link(right);
@@ -325,9 +331,11 @@ __STree& __STree::operator=(const __STree& other)
         FreeEntries(root);
         throw;
     }
-    FreeTree();
+    // The old entries go last: the other tree may stand in one of their payloads.
+    Entry* const old = m_root;
     m_root = root;
     m_count = other.m_count;
+    FreeEntries(old);
     return *this;
 }
 
@@ -341,57 +349,69 @@ void __STree::SwapTrees(__STree& other) noexcept
 
 namespace {
 
-// One pool a size, in a list that only grows.
+// One pool a size.
 struct EntryPool {
     SFixedAlloc pool;
     EntryPool* next;
 
-    EntryPool(unsigned long entryBytes, const wchar_t* name, EntryPool* following)
-        : pool(entryBytes, 0, name), next(following)
-    {
-    }
+    EntryPool(unsigned long entryBytes, const wchar_t* name) : pool(entryBytes, 0, name), next(nullptr) {}
 };
 
+// The list of them only grows and takes no lock: making a pool takes the idle list's, and under that one run idle
+// consumers which may be the first to use a map themselves.
 struct EntryPools {
-    CRITICAL_SECTION lock;
-    EntryPool* first = nullptr;
+    std::atomic<EntryPool*> first { nullptr };
 
-    EntryPools() { ::InitializeCriticalSection(&lock); }
     ~EntryPools()
     {
-        while (EntryPool* pool = first) {
-            first = pool->next;
-            delete pool;
-        }
-        ::DeleteCriticalSection(&lock);
+        EntryPool* pool = first.load(std::memory_order_relaxed);
+        while (pool)
+            delete std::exchange(pool, pool->next);
     }
 };
 
-// Before every other static object of the library but the string pools, and after the last of them is gone: maps of the
-// library free their entries in their destructors.
+// Good before anything is constructed, and gone after every other static object of the library but the string pools: maps
+// of the library free their entries in their destructors.
 __attribute__((init_priority(103))) EntryPools g_entryPools;
 
 constexpr wchar_t kPoolName[] = L"Map entries %lu";
+
+SFixedAlloc* PoolOfSize(EntryPool* known, unsigned long size)
+{
+    while (known && known->pool.ElementSize() != size)
+        known = known->next;
+    return known ? &known->pool : nullptr;
+}
+
+EntryPool* MakePool(unsigned long size) noexcept
+{
+    wchar_t name[40];
+    ::_snwprintf(name, std::size(name), kPoolName, size);
+    try {
+        return new EntryPool(size, name);
+    } catch (...) {
+        return nullptr;
+    }
+}
 
 } // namespace
 
 SFixedAlloc* SEntryPool(unsigned long entryBytes) noexcept
 {
-    struct Guard {
-        Guard() { ::EnterCriticalSection(&g_entryPools.lock); }
-        ~Guard() { ::LeaveCriticalSection(&g_entryPools.lock); }
-    } guard;
     const unsigned long size = (entryBytes + sizeof(void*) - 1) & ~(sizeof(void*) - 1);
-    for (EntryPool* known = g_entryPools.first; known; known = known->next) {
-        if (known->pool.ElementSize() == size)
-            return &known->pool;
-    }
-    wchar_t name[40];
-    ::_snwprintf(name, std::size(name), kPoolName, size);
-    try {
-        g_entryPools.first = new EntryPool(size, name, g_entryPools.first);
-    } catch (...) {
+    EntryPool* first = g_entryPools.first.load(std::memory_order_acquire);
+    if (SFixedAlloc* known = PoolOfSize(first, size))
+        return known;
+    EntryPool* const made = MakePool(size);
+    if (!made)
         return nullptr;
-    }
-    return &g_entryPools.first->pool;
+    do {
+        // Another thread may have made the same pool meanwhile.
+        if (SFixedAlloc* known = PoolOfSize(first, size)) {
+            delete made;
+            return known;
+        }
+        made->next = first;
+    } while (!g_entryPools.first.compare_exchange_weak(first, made, std::memory_order_acq_rel));
+    return &made->pool;
 }
