@@ -97,7 +97,11 @@ TEST(StringNumbers, ReadWhatStandsAtTheStart)
     EXPECT_TRUE(std::isnan(SString(L"nan").ToDouble()));
     EXPECT_EQ(infinity, SString(L'9', 400).ToDouble());
     EXPECT_EQ(1.0, (L"1." + SString(L'0', 5000)).ToDouble());
-    EXPECT_EQ(0.0, (L"0." + SString(L'0', 400) + L"1").ToDouble());
+    const SString zeros(L'0', 500);
+    EXPECT_EQ(0.0, (L"0." + zeros + L"1").ToDouble());
+    EXPECT_EQ(0.0, (L"." + zeros + L"1e+10").ToDouble());
+    EXPECT_EQ(infinity, (L"1" + zeros + L"e-10").ToDouble());
+    EXPECT_EQ(1e10, (L"." + zeros + L"1e511").ToDouble());
     for (const wchar_t* yes : { L"1", L"TRUE", L"yes", L"On", L"-0.5" })
         EXPECT_EQ(1, SString(yes).ToBOOL()) << SString(yes);
     for (const wchar_t* no : { L"", L"0", L"0.0", L"false", L"no", L"truest" })

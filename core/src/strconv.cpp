@@ -119,13 +119,24 @@ Whole ReadWhole(const wchar_t* text, int base)
     return number;
 }
 
-// The decimal power of ten behind a number that the run-time's reader finds out of range tells on which side it lies.
+// On which side of the range a number lies that the run-time's reader found outside of it: its highest digit tells, by its
+// place before or behind the point and by the exponent.
 bool IsHuge(const char* first, const char* last)
 {
-    const char* exponent = std::find_if(first, last, [](char c) { return c == 'e' || c == 'E'; });
-    if (exponent != last)
-        return exponent + 1 == last || exponent[1] != '-';
-    return first == last || *first != '0';
+    const char* const exponent = std::find_if(first, last, [](char c) { return c == 'e' || c == 'E'; });
+    const char* const point = std::find(first, exponent, '.');
+    const char* const highest = std::find_if(first, exponent, [](char c) { return c >= '1' && c <= '9'; });
+    long long power = highest < point ? point - highest : point - highest + 1;
+    if (exponent != last) {
+        const bool isNegative = exponent[1] == '-';
+        long long digits = 0;
+        for (const char* at = exponent + 1; at != last; ++at) {
+            if (*at >= '0' && *at <= '9')
+                digits = std::min(digits * 10 + (*at - '0'), 1ll << 40);
+        }
+        power += isNegative ? -digits : digits;
+    }
+    return power > 0;
 }
 
 // The 32-bit run-time's reader computes in the floating-point unit, whose extended precision would round twice.

@@ -12,15 +12,16 @@
 
 namespace TextKern {
 
-/// A unit that may stand at an odd address, as in packed resources and file buffers.
-typedef wchar_t LooseUnit __attribute__((aligned(1)));
+/// Units that may stand at odd addresses, as in packed resources and file buffers.
 inline wchar_t UnitAt(const wchar_t* text, size_t index)
 {
-    return static_cast<const LooseUnit*>(text)[index];
+    wchar_t c;
+    std::memcpy(&c, text + index, sizeof c);
+    return c;
 }
 inline void SetUnitAt(wchar_t* text, size_t index, wchar_t c)
 {
-    static_cast<LooseUnit*>(text)[index] = c;
+    std::memcpy(text + index, &c, sizeof c);
 }
 
 inline size_t Address(const wchar_t* text)
