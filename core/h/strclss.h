@@ -467,7 +467,7 @@ private:
     void FinishUnlock(int n);
     SString& CutTo(int start, int length);
     void Splice(int position, int removed, const wchar_t* text, int n);
-    typedef const wchar_t* (*FindInText)(const wchar_t*, size_t, const wchar_t*, size_t) noexcept;
+    typedef const wchar_t* (*FindInText)(const wchar_t*, size_t, const wchar_t*, size_t);
     int ReplaceFirst(const wchar_t* found, const wchar_t* from, const wchar_t* to);
     int ReplaceEvery(FindInText find, const wchar_t* from, const wchar_t* to);
     int FindPosNoCase(wchar_t c) const;

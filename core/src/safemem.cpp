@@ -129,39 +129,39 @@ wchar_t AsIs(wchar_t c)
 
 // ---- Length ----
 
-size_t SSafeStrLen(const wchar_t* text) noexcept
+size_t SSafeStrLen(const wchar_t* text)
 {
     return text ? TextKern::Length(text, kNoLimit) : 0;
 }
 
-size_t SSafeStrNLen(const wchar_t* text, size_t most) noexcept
+size_t SSafeStrNLen(const wchar_t* text, size_t most)
 {
     return text ? TextKern::Length(text, most) : 0;
 }
 
 // ---- Comparison ----
 
-int SSafeStrCmp(const wchar_t* a, const wchar_t* b) noexcept
+int SSafeStrCmp(const wchar_t* a, const wchar_t* b)
 {
     return TextKern::CompareTerminated(OrEmpty(a), OrEmpty(b), kNoLimit);
 }
 
-int SSafeStrNCmp(const wchar_t* a, const wchar_t* b, size_t count) noexcept
+int SSafeStrNCmp(const wchar_t* a, const wchar_t* b, size_t count)
 {
     return TextKern::CompareTerminated(OrEmpty(a), OrEmpty(b), count);
 }
 
-int SSafeStrICmp(const wchar_t* a, const wchar_t* b) noexcept
+int SSafeStrICmp(const wchar_t* a, const wchar_t* b)
 {
     return TextKern::CompareTerminatedNoCase(OrEmpty(a), OrEmpty(b), kNoLimit);
 }
 
-int SSafeStrNICmp(const wchar_t* a, const wchar_t* b, size_t count) noexcept
+int SSafeStrNICmp(const wchar_t* a, const wchar_t* b, size_t count)
 {
     return TextKern::CompareTerminatedNoCase(OrEmpty(a), OrEmpty(b), count);
 }
 
-int SSafeStrNbCmp(const wchar_t* a, const wchar_t* b, size_t count, SCaseRule rule) noexcept
+int SSafeStrNbCmp(const wchar_t* a, const wchar_t* b, size_t count, SCaseRule rule)
 {
     const Cursor ours(OrEmpty(a), count);
     const Cursor its(OrEmpty(b), count);
@@ -169,19 +169,19 @@ int SSafeStrNbCmp(const wchar_t* a, const wchar_t* b, size_t count, SCaseRule ru
                                : CompareNumberAware(ours, its, AsIs);
 }
 
-int SSafeMemCmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength) noexcept
+int SSafeMemCmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
 {
     return TextKern::Compare(a, a ? aLength : 0, b, b ? bLength : 0);
 }
 
-int SSafeMemICmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength) noexcept
+int SSafeMemICmp(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
 {
     return TextKern::CompareNoCase(a, a ? aLength : 0, b, b ? bLength : 0);
 }
 
 // ---- Search ----
 
-const wchar_t* SSafeStrChr(const wchar_t* text, wchar_t c) noexcept
+const wchar_t* SSafeStrChr(const wchar_t* text, wchar_t c)
 {
     if (!text)
         return nullptr;
@@ -189,46 +189,46 @@ const wchar_t* SSafeStrChr(const wchar_t* text, wchar_t c) noexcept
     return TextKern::UnitAt(found, 0) == c ? found : nullptr;
 }
 
-const wchar_t* SSafeStrRChr(const wchar_t* text, wchar_t c) noexcept
+const wchar_t* SSafeStrRChr(const wchar_t* text, wchar_t c)
 {
     return text ? TextKern::FindLastChar(text, TextKern::Length(text, kNoLimit) + 1, c) : nullptr;
 }
 
-const wchar_t* SSafeStrStr(const wchar_t* text, const wchar_t* wanted) noexcept
+const wchar_t* SSafeStrStr(const wchar_t* text, const wchar_t* wanted)
 {
     return FindInTerminated(TextKern::FindPart, text, wanted);
 }
 
-const wchar_t* SSafeStrIStr(const wchar_t* text, const wchar_t* wanted) noexcept
+const wchar_t* SSafeStrIStr(const wchar_t* text, const wchar_t* wanted)
 {
     return FindInTerminated(TextKern::FindPartNoCase, text, wanted);
 }
 
-const wchar_t* SSafeMemChr(const wchar_t* text, size_t length, wchar_t c) noexcept
+const wchar_t* SSafeMemChr(const wchar_t* text, size_t length, wchar_t c)
 {
     return text ? TextKern::FindChar(text, length, c) : nullptr;
 }
 
-const wchar_t* SSafeMemRChr(const wchar_t* text, size_t length, wchar_t c) noexcept
+const wchar_t* SSafeMemRChr(const wchar_t* text, size_t length, wchar_t c)
 {
     return text ? TextKern::FindLastChar(text, length, c) : nullptr;
 }
 
 const wchar_t* SSafeMemStr(const wchar_t* text, size_t length, const wchar_t* wanted,
-                           size_t wantedLength) noexcept
+                           size_t wantedLength)
 {
     return text ? TextKern::FindPart(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }
 
 const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const wchar_t* wanted,
-                            size_t wantedLength) noexcept
+                            size_t wantedLength)
 {
     return text ? TextKern::FindPartNoCase(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }
 
 // ---- Copying into a buffer of a given size ----
 
-int SSafeStrCpy(wchar_t* to, size_t room, const wchar_t* from) noexcept
+int SSafeStrCpy(wchar_t* to, size_t room, const wchar_t* from)
 {
     if (!to || room == 0)
         return 0;
@@ -240,7 +240,7 @@ int SSafeStrCpy(wchar_t* to, size_t room, const wchar_t* from) noexcept
     return copied == length;
 }
 
-int SSafeStrCat(wchar_t* to, size_t room, const wchar_t* from) noexcept
+int SSafeStrCat(wchar_t* to, size_t room, const wchar_t* from)
 {
     if (!to || room == 0)
         return 0;
@@ -254,23 +254,23 @@ int SSafeStrCat(wchar_t* to, size_t room, const wchar_t* from) noexcept
 
 // ---- Case, a unit at a time ----
 
-wchar_t SUpperChar(wchar_t c) noexcept
+wchar_t SUpperChar(wchar_t c)
 {
     return CaseTable::Upper(c);
 }
 
-wchar_t SLowerChar(wchar_t c) noexcept
+wchar_t SLowerChar(wchar_t c)
 {
     return CaseTable::Lower(c);
 }
 
-void SSafeStrUpper(wchar_t* text, size_t length) noexcept
+void SSafeStrUpper(wchar_t* text, size_t length)
 {
     if (text)
         TextKern::ToUpper(text, length);
 }
 
-void SSafeStrLower(wchar_t* text, size_t length) noexcept
+void SSafeStrLower(wchar_t* text, size_t length)
 {
     if (text)
         TextKern::ToLower(text, length);

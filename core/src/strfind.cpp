@@ -1,6 +1,8 @@
 // strfind.cpp: the string's comparison and search.
 #include "strclss.h"
 
+#include "textkern.h"
+
 #include <algorithm>
 #include <cwchar>
 
@@ -79,7 +81,7 @@ int SString::Compare(const SString& text) const
 {
     if (m_text == text.m_text)
         return 0;
-    return SSafeMemCmp(m_text, static_cast<size_t>(Length()), text.m_text, static_cast<size_t>(text.Length()));
+    return TextKern::Compare(m_text, static_cast<size_t>(Length()), text.m_text, static_cast<size_t>(text.Length()));
 }
 int SString::Compare(const wchar_t* text) const
 {
@@ -102,7 +104,8 @@ int SString::CompareNoCase(const SString& text) const
 {
     if (m_text == text.m_text)
         return 0;
-    return SSafeMemICmp(m_text, static_cast<size_t>(Length()), text.m_text, static_cast<size_t>(text.Length()));
+    return TextKern::CompareNoCase(m_text, static_cast<size_t>(Length()), text.m_text,
+                                   static_cast<size_t>(text.Length()));
 }
 int SString::CompareNoCase(const wchar_t* text) const
 {

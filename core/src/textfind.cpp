@@ -94,7 +94,8 @@ struct IgnoringCase {
         {
             return Fill(upper >= L'A' && upper <= L'Z' ? kCaseBit : L'\0');
         }
-        unsigned PlacesByTable(const wchar_t* text) const
+        // Out of line: it would take the registers of the loop around Places.
+        [[gnu::noinline]] unsigned PlacesByTable(const wchar_t* text) const
         {
             unsigned hits = 0;
             for (size_t i = 0; i < kWindow; ++i)

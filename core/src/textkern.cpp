@@ -286,17 +286,7 @@ size_t SpanSetBack(const wchar_t* text, size_t length, const wchar_t* set, size_
     return n;
 }
 
-// ---- Counting and changing in place ----
-
-size_t CountChar(const wchar_t* text, size_t length, wchar_t c)
-{
-    const Block wanted = Fill(c);
-    size_t count =
-        CountInBlocks(length / kBlockUnits, [=](size_t i) { return Equal(Load(text + i), wanted); });
-    for (size_t i = length - length % kBlockUnits; i < length; ++i)
-        count += UnitAt(text, i) == c;
-    return count;
-}
+// ---- Changing in place ----
 
 size_t ReplaceChar(wchar_t* text, size_t length, wchar_t from, wchar_t to)
 {

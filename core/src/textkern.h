@@ -53,9 +53,8 @@ size_t SpanCharBack(const wchar_t* text, size_t length, wchar_t c);
 size_t SpanSet(const wchar_t* text, size_t length, const wchar_t* set, size_t setLength);
 size_t SpanSetBack(const wchar_t* text, size_t length, const wchar_t* set, size_t setLength);
 
-// ---- Counting and changing in place ----
+// ---- Changing in place ----
 
-size_t CountChar(const wchar_t* text, size_t length, wchar_t c);
 /// Replaces every `from` by `to` and returns how many there were.
 size_t ReplaceChar(wchar_t* text, size_t length, wchar_t from, wchar_t to);
 void ToUpper(wchar_t* text, size_t length);
