@@ -160,15 +160,15 @@ public:
     // ---- Blocks ----
 
     /// A block; its first word is 0, the rest is what its last owner left. Throws SEOutOfMemory.
-    void* Alloc();
+    inline void* Alloc();
 
     /// Same, but answers null when no chunk can be had.
-    void* TryAlloc() noexcept;
+    inline void* TryAlloc() noexcept;
 
     /// Puts a block back; null is ignored. A block inside a region locked as bad is zeroed and never handed out again.
     /// A pointer that is not a block of this pool is a caller's bug: checked builds of the library report it
     /// (SReportDamage) and leave it alone, others do not look. A block freed twice is found by _Validate.
-    void Free(void* block) noexcept;
+    inline void Free(void* block) noexcept;
 
     /// Gives every chunk back to the heap, also those with blocks in use, and forgets bad regions.
     void FreeAll() noexcept;
@@ -237,8 +237,8 @@ private:
     bool Accounts() const { return m_bytes != kNoAccounting; }
     void Enter() noexcept { m_gate.Enter(m_queue); }
     void Leave() noexcept { m_gate.Leave(); }
-    Block* Pop() noexcept;
-    void Push(Block* block) noexcept;
+    inline Block* Pop() noexcept;
+    inline void Push(Block* block) noexcept;
     bool AddChunk() noexcept;
     void* AllocFromNewChunk() noexcept;
     void FreeIntoBadRegion(Block* block) noexcept;

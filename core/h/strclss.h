@@ -63,7 +63,7 @@ public:
 
     SString() noexcept : m_text(EmptyText()) {}
     /// Shares the buffer; a locked one is copied, since its owner holds a raw pointer into it.
-    SString(const SString& other);
+    inline SString(const SString& other);
     SString(SString&& other) noexcept : m_text(other.m_text) { other.m_text = EmptyText(); }
     SString(const wchar_t* text);
     /// At most `n` characters of the text; it ends at a NUL before that.
@@ -98,7 +98,7 @@ public:
             Release(GetData());
     }
 
-    SString& operator=(const SString& other);
+    inline SString& operator=(const SString& other);
     SString& operator=(SString&& other) noexcept
     {
         SString moved(std::move(other));
