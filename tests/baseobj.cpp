@@ -67,9 +67,9 @@ TEST(ClassInfo, ObjectsAreTestedAgainstExactAndAncestorClasses)
         const SClassInfo* info;
         int isA, isKindOf, isDerivedFrom;
     } cases[] = {
-        { &circle, &Circle::__clsinf, 1, 1, 0 }, { &circle, &Shape::__clsinf, 0, 1, 1 },
+        { &circle, &Circle::__clsinf, 1, 1, 0 },  { &circle, &Shape::__clsinf, 0, 1, 1 },
         { &circle, &SObject::__clsinf, 0, 1, 1 }, { &circle, &Ring::__clsinf, 0, 0, 0 },
-        { &root, &SObject::__clsinf, 1, 1, 0 },  { &circle, nullptr, 0, 0, 0 },
+        { &root, &SObject::__clsinf, 1, 1, 0 },   { &circle, nullptr, 0, 0, 0 },
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.info ? c.info->name : "null");
@@ -83,7 +83,7 @@ TEST(ClassInfo, ObjectsAreTestedAgainstExactAndAncestorClasses)
 
 TEST(ClassInfo, TestsOfANullObjectAnswerZero)
 {
-    SObject* volatile hidden = nullptr;     // so that the compiler cannot know
+    SObject* volatile hidden = nullptr; // so that the compiler cannot know
     SObject* none = hidden;
     EXPECT_EQ(0, none->IsA(&SObject::__clsinf));
     EXPECT_EQ(0, none->IsKindOf(&SObject::__clsinf));
@@ -101,9 +101,9 @@ TEST(ClassInfoList, KeepsTheOrderOfRegistrationWhateverLeaves)
     auto* c = new SClassInfo("Other", 4, a, nullptr);
     EXPECT_EQ(a, last->next);
     EXPECT_EQ(a, SClassInfo::Find("Passing")) << "the first of equal names";
-    delete b;                               // out of the middle
+    delete b; // out of the middle
     EXPECT_EQ(c, a->next);
-    delete c;                               // the tail: the one before becomes it
+    delete c; // the tail: the one before becomes it
     EXPECT_EQ(nullptr, a->next);
     SClassInfo next("Next", 4, a, nullptr);
     EXPECT_EQ(&next, a->next);
@@ -150,14 +150,16 @@ TEST(ClassInfoList, AClientModuleJoinsAndLeaves)
 
 TEST(Object, LivesInTheRunTimesHeapAndSaysWhereItFailed)
 {
-    const int points = WalkAllocationFailures([] {}, [] { delete Circle::CreateObject(); },
+    const int points = WalkAllocationFailures(
+        [] {}, [] { delete Circle::CreateObject(); },
         [](const AllocationTrial& trial) {
             if (!trial.failed)
                 return;
             EXPECT_TRUE(Threw<SECOMException>(trial, [](const SECOMException& e) {
                 EXPECT_EQ(E_OUTOFMEMORY, e.GetResult());
-                EXPECT_STREQ(L"\nThrown from:\n core/h/baseobj(80): static void* SObject::operator new(size_t)",
-                             e.GetLocation());
+                EXPECT_STREQ(
+                    L"\nThrown from:\n core/h/baseobj(80): static void* SObject::operator new(size_t)",
+                    e.GetLocation());
             }));
         });
     EXPECT_EQ(1, points);
@@ -171,7 +173,8 @@ TEST(Object, DumpsOfUnknownObjectsSaySo)
 {
     TextDump dump;
     Circle circle;
-    dump << static_cast<const SObject*>(nullptr) << L" | " << &circle << L" | " << 12L << L" | " << SString(L"text");
+    dump << static_cast<const SObject*>(nullptr) << L" | " << &circle << L" | " << 12L << L" | "
+         << SString(L"text");
     EXPECT_EQ(L"NULL Pointer | Dump not available | 12 | text", dump.text);
     EXPECT_EQ(1, SAssertValidObject(nullptr, "file", "expression", 1, nullptr));
 }

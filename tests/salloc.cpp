@@ -48,7 +48,7 @@ TEST(Pool, HandsBlocksOutInOrderAndTheLastFreedFirst)
     const std::vector<void*> blocks = Take(pool, 3);
     EXPECT_EQ(20, Bytes(blocks[1]) - Bytes(blocks[0]));
     EXPECT_EQ(20, Bytes(blocks[2]) - Bytes(blocks[1]));
-    void* other = pool.Alloc();             // the next chunk
+    void* other = pool.Alloc(); // the next chunk
     pool.Free(blocks[0]);
     std::memset(blocks[2], 0xEE, 20);
     pool.Free(blocks[2]);
@@ -116,9 +116,14 @@ TEST(Pool, WorksOutItsChunkFromPageAndGranularity)
     const struct {
         unsigned long size, page, granularity, expected;
     } cases[] = {
-        { 48, 4096, 65536, (4096 - 16) / 48 }, { 240, 4096, 65536, (4096 - 16) / 240 },
-        { 241, 4096, 65536, (32768 - 16) / 241 }, { 3855, 4096, 65536, (32768 - 16) / 3855 },
-        { 4112, 4096, 65536, 15 }, { 32768, 4096, 65536, 2 }, { 32769, 4096, 65536, 4 }, { 100000, 4096, 65536, 4 },
+        { 48, 4096, 65536, (4096 - 16) / 48 },
+        { 240, 4096, 65536, (4096 - 16) / 240 },
+        { 241, 4096, 65536, (32768 - 16) / 241 },
+        { 3855, 4096, 65536, (32768 - 16) / 3855 },
+        { 4112, 4096, 65536, 15 },
+        { 32768, 4096, 65536, 2 },
+        { 32769, 4096, 65536, 4 },
+        { 100000, 4096, 65536, 4 },
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.expected, SFixedAlloc::ComputeBlocksPerChunk(c.size, c.page, c.granularity)) << c.size;
@@ -192,7 +197,9 @@ TEST(IdleList, SurvivesConsumersThatLeaveWhileItRuns)
     struct Once : SIdleConsumer {
         SIdleConsumer** victim;
         int* calls;
-        Once(SIdleConsumerList* l, int* c, SIdleConsumer** v = nullptr) : SIdleConsumer(l), victim(v), calls(c) {}
+        Once(SIdleConsumerList* l, int* c, SIdleConsumer** v = nullptr)
+            : SIdleConsumer(l), victim(v), calls(c)
+        {}
         int OnIdle(int) override
         {
             ++*calls;
@@ -232,7 +239,7 @@ TEST(PoolDamage, ValidateTellsWhatIsWrong)
     *static_cast<void**>(blocks[1]) = foreign;
     EXPECT_EQ(SFixedAlloc::kListBroken, Validate(pool, blocks[2]).list);
     *static_cast<void**>(blocks[1]) = link;
-    *static_cast<void**>(blocks[0]) = blocks[1];        // as a second Free of blocks[1] would leave it
+    *static_cast<void**>(blocks[0]) = blocks[1]; // as a second Free of blocks[1] would leave it
     EXPECT_EQ(SFixedAlloc::kListCircular, Validate(pool, blocks[2]).list);
     EXPECT_EQ(0, pool._Validate(blocks[2], nullptr, nullptr));
     pool.FreeAll();
@@ -243,8 +250,8 @@ TEST(PoolDamage, AnOverrunBlockIsNeverHandedOutAgain)
     SFixedAlloc pool(16, 6, L"Overrun");
     std::vector<void*> blocks = Take(pool, 6);
     for (int i : { 5, 3, 2 })
-        pool.Free(blocks[i]);                           // free list: 2, 3, 5
-    std::memset(blocks[1], 'x', 16 + 16 + 4);           // runs over block 2 and the link of 3
+        pool.Free(blocks[i]);                 // free list: 2, 3, 5
+    std::memset(blocks[1], 'x', 16 + 16 + 4); // runs over block 2 and the link of 3
     EXPECT_EQ(1, pool.LockBadBlockAndRepairFreeList(blocks[1]));
     EXPECT_EQ(1, pool.LockBadBlockAndRepairFreeList(blocks[1])) << "once more does no harm";
     EXPECT_EQ(SFixedAlloc::kBlockLockedBad, Validate(pool, blocks[1]).block);
@@ -265,7 +272,7 @@ TEST(PoolDamage, ACircularFreeListIsCutWithoutLosingABlock)
         SFixedAlloc pool(16, 5);
         const std::vector<void*> blocks = Take(pool, 5);
         for (int i = 4; i >= 0; --i)
-            pool.Free(blocks[i]);                       // free list: 0, 1, 2, 3, 4
+            pool.Free(blocks[i]); // free list: 0, 1, 2, 3, 4
         *static_cast<void**>(blocks[4]) = blocks[entry];
         pool.LockBadBlockAndRepairFreeList(nullptr);
         EXPECT_EQ(SFixedAlloc::kListSound, Validate(pool, nullptr).list);
@@ -297,14 +304,16 @@ TEST(Pool, FailsCleanlyWithoutMemory)
 {
     SFixedAlloc pool(64, 4, L"Without memory");
     void* block = nullptr;
-    const int points = WalkAllocationFailures([&] { pool.FreeAll(); }, [&] { block = pool.Alloc(); },
+    const int points = WalkAllocationFailures(
+        [&] { pool.FreeAll(); }, [&] { block = pool.Alloc(); },
         [&](const AllocationTrial& trial) {
             if (!trial.failed) {
                 EXPECT_EQ(1u, pool.InUse());
                 return;
             }
             EXPECT_TRUE(Threw<SEOutOfMemory>(trial, [](const SEOutOfMemory& e) {
-                EXPECT_NE(nullptr, std::wcsstr(e.GetLocation(), L" core/src/salloc(544): static SPlex* SPlex::Create("));
+                EXPECT_NE(nullptr, std::wcsstr(e.GetLocation(),
+                                               L" core/src/salloc(544): static SPlex* SPlex::Create("));
             }));
             EXPECT_EQ(0u, pool.InUse());
             EXPECT_EQ(0u, pool.Bytes());

@@ -43,17 +43,20 @@ TEST(Exceptions, CarryNameTextAndPlace)
 {
     try {
         ThrowCom();
-    } catch (const SException& e) {
+    }
+    catch (const SException& e) {
         EXPECT_STREQ(L"SECOMException", e.GetExceptionName());
         EXPECT_STREQ(L"\n    HRESULT = 0x80070005", e.GetText());
         EXPECT_STREQ(L"\nThrown from:\n client/open.cpp(12): void Client::Open(int)", e.GetLocation());
         EXPECT_STREQ(L"SECOMException: \n    HRESULT = 0x80070005\nThrown from:\n client/open.cpp(12): "
-                     L"void Client::Open(int)", e.GetFullText());
+                     L"void Client::Open(int)",
+                     e.GetFullText());
         const SException sliced(e);
         EXPECT_STREQ(L"SException", sliced.GetExceptionName());
     }
     EXPECT_STREQ(L"SException\nThrown from:\n f(3): g", SException("g", "f", 3).GetFullText());
-    EXPECT_STREQ(L"SException: broken\nThrown from:\n f(3): g", SException("g", "f", 3, L"broken").GetFullText());
+    EXPECT_STREQ(L"SException: broken\nThrown from:\n f(3): g",
+                 SException("g", "f", 3, L"broken").GetFullText());
     EXPECT_STREQ(L"\nThrown from:\n (0): ", SException(nullptr, nullptr, 0).GetLocation());
 
     EXPECT_EQ(1073u, std::wcslen(SException(kLongName.c_str(), "f", 3).GetLocation()));
@@ -89,8 +92,9 @@ TEST(OutOfMemory, IsBuiltCopiedThrownAndReadWithoutAllocating)
         SEOutOfMemory copy(e);
         copy = e;
         calls = failures.Calls() - before;
-        throw copy;     // the run-time asks malloc for the exception object and falls back to its own reserve
-    } catch (const SECOMException& e) {
+        throw copy; // the run-time asks malloc for the exception object and falls back to its own reserve
+    }
+    catch (const SECOMException& e) {
         caught = true;
         std::wcscpy(location, e.GetLocation());
         EXPECT_STREQ(L"SEOutOfMemory", e.GetExceptionName());
@@ -123,10 +127,11 @@ TEST(Damage, GoesToTheReporterWhoMayNotBreakTheCaller)
 {
     static int reports;
     reports = 0;
-    const SDamageReporter before = SSetDamageReporter([](const char*, const char*, unsigned long line, const wchar_t*) {
-        reports += static_cast<int>(line);
-        throw 1;
-    });
+    const SDamageReporter before =
+        SSetDamageReporter([](const char*, const char*, unsigned long line, const wchar_t*) {
+            reports += static_cast<int>(line);
+            throw 1;
+        });
     SReportDamage("g", "f", 5, L"broken");
     EXPECT_EQ(5, reports);
     SSetDamageReporter(before);

@@ -44,9 +44,11 @@ TEST(StringBuffers, TakeTheSmallestClassThatHolds)
 {
     const struct {
         int length, capacity;
-    } cases[] = { { 1, 17 }, { 3, 17 }, { 17, 17 }, { 18, 33 }, { 33, 33 }, { 34, 65 }, { 65, 65 }, { 66, 129 },
-                  { 129, 129 }, { 130, 257 }, { 257, 257 }, { 258, 513 }, { 513, 513 }, { 514, 1025 }, { 1025, 1025 },
-                  { 1026, 2049 }, { 2049, 2049 }, { 2050, 2560 }, { 2560, 2560 }, { 2561, 3072 }, { 100000, 100352 } };
+    } cases[] = { { 1, 17 },         { 3, 17 },      { 17, 17 },     { 18, 33 },     { 33, 33 },
+                  { 34, 65 },        { 65, 65 },     { 66, 129 },    { 129, 129 },   { 130, 257 },
+                  { 257, 257 },      { 258, 513 },   { 513, 513 },   { 514, 1025 },  { 1025, 1025 },
+                  { 1026, 2049 },    { 2049, 2049 }, { 2050, 2560 }, { 2560, 2560 }, { 2561, 3072 },
+                  { 100000, 100352 } };
     const StringsAtRest rest;
     for (const auto& c : cases) {
         const unsigned long large = SString::LargeBytes();
@@ -72,11 +74,30 @@ TEST(StringBuffers, EveryEmptyResultIsTheOneEmptyBuffer)
     replaced.ReplaceAll(L"a", L"");
     cleared = L"";
     SString moved(std::move(cleared));
-    const SString results[] = { SString(L""), SString(static_cast<const wchar_t*>(nullptr)), SString(L"abc", 0),
-                                SString(L'x', 0), SString(L'\0', 5), SString(""), abc.Left(-1), abc.Left(0), abc.Right(0),
-                                abc.Mid(100, 5), abc.Mid(1, 0), nothing, unlocked, trimmed, deleted, replaced, moved,
-                                nothing + L"", SString().Format(L""), SString().Format(L"%s", L""), abc.Mid(-3, -1),
-                                SString::Concat(L"", nothing), SStringBuffer(50), SStringBuffer(50).Detach() };
+    const SString results[] = { SString(L""),
+                                SString(static_cast<const wchar_t*>(nullptr)),
+                                SString(L"abc", 0),
+                                SString(L'x', 0),
+                                SString(L'\0', 5),
+                                SString(""),
+                                abc.Left(-1),
+                                abc.Left(0),
+                                abc.Right(0),
+                                abc.Mid(100, 5),
+                                abc.Mid(1, 0),
+                                nothing,
+                                unlocked,
+                                trimmed,
+                                deleted,
+                                replaced,
+                                moved,
+                                nothing + L"",
+                                SString().Format(L""),
+                                SString().Format(L"%s", L""),
+                                abc.Mid(-3, -1),
+                                SString::Concat(L"", nothing),
+                                SStringBuffer(50),
+                                SStringBuffer(50).Detach() };
     for (size_t i = 0; i < std::size(results); ++i)
         EXPECT_EQ(empty, results[i].PszStr()) << i;
     EXPECT_EQ(0, nothing.Capacity());
@@ -105,7 +126,11 @@ TEST(StringSharing, CopiesShareUntilTheFirstEdit)
         { "Translate", [](SString& s) { s.Translate(L"ab", L"xy"); } },
         { "+=", [](SString& s) { s += L'!'; } },
         { "+= text", [](SString& s) { s += L"!!"; } },
-        { "Lock", [](SString& s) { s.Lock()[0] = L'X'; s.Unlock(); } },
+        { "Lock",
+          [](SString& s) {
+              s.Lock()[0] = L'X';
+              s.Unlock();
+          } },
         { "PszStr", [](SString& s) { s.PszStr()[0] = L'X'; } },
         { "Format", [](SString& s) { s.Format(L"<%s>", s.PszStr()); } },
         { "Randomize", [](SString& s) { s.Randomize(7); } },
@@ -134,7 +159,8 @@ TEST(StringSharing, WhatChangesNothingDetachesNothing)
     SString copy(original);
     const wchar_t* const buffer = original;
     EXPECT_EQ(0, copy.Replace(L'x', L'y') + copy.Replace(L"xx", L"y") + copy.ReplaceAll(L'x', L'y') +
-                     copy.ReplaceAll(L"xx", L"y") + copy.ReplaceAllNoCase(L"", L"y") + copy.Replace(L"", L"y"));
+                     copy.ReplaceAll(L"xx", L"y") + copy.ReplaceAllNoCase(L"", L"y") +
+                     copy.Replace(L"", L"y"));
     copy.Trim().TrimLeft(L"xyz").TrimRight(L"").Insert(L"", 2).Insert(nullptr, 1).Delete(6, 1).Delete(2, 0);
     copy.Translate(L"xyz", L"123");
     copy.SetAt(6, L'x');
@@ -152,7 +178,7 @@ TEST(StringSharing, PrivateBuffersAreKeptWhileTheyHold)
 {
     SString s(L"0123456789");
     const wchar_t* const buffer = s;
-    s += L"abcdefg";                        // 17 characters
+    s += L"abcdefg"; // 17 characters
     EXPECT_EQ(buffer, static_cast<const wchar_t*>(s));
     s = L"short";
     EXPECT_EQ(buffer, static_cast<const wchar_t*>(s));
@@ -171,7 +197,7 @@ TEST(StringSharing, PrivateBuffersAreKeptWhileTheyHold)
 
 TEST(StringSharing, ArgumentsMayLieInsideTheString)
 {
-    for (const int length : { 12, 17, 3000, 3584 }) {       // within, at the edge of, and beyond the pools
+    for (const int length : { 12, 17, 3000, 3584 }) { // within, at the edge of, and beyond the pools
         SCOPED_TRACE(length);
         std::wstring base;
         for (int i = 0; i < length; ++i)
@@ -186,7 +212,7 @@ TEST(StringSharing, ArgumentsMayLieInsideTheString)
         s = base.c_str();
         EXPECT_EQ(base.substr(0, 5) + tail + base.substr(5), Wide(s.Insert(s.GetPointerAt(3), 5)));
         s = L"abcabc";
-        s.ReplaceAll(s.GetPointerAt(5), s);                 // "c" by the whole
+        s.ReplaceAll(s.GetPointerAt(5), s); // "c" by the whole
         EXPECT_STREQ(L"ababcabcababcabc", s.PszStr());
         s = L"abc";
         s.Format(L"%s-%s", s.PszStr(), s.GetPointerAt(1));
@@ -225,9 +251,9 @@ TEST(StringLocking, FollowsTheRules)
     EXPECT_EQ(10, s.Length());
     raw = s.GetBufferSetLength(12);
     std::wmemset(raw + 10, L'c', 2);
-    s.UnlockTchar(5000);                    // beyond the capacity: measured
+    s.UnlockTchar(5000); // beyond the capacity: measured
     EXPECT_STREQ(L"bbbbbbbbbbcc", s);
-    s.Unlock();                             // not locked: nothing happens
+    s.Unlock(); // not locked: nothing happens
     EXPECT_EQ(12, s.Length());
 
     SString empty;
@@ -257,7 +283,8 @@ TEST(StringGuard, FindsAnOverrunReportsItAndQuarantinesTheBlock)
         { L"core/src/strclss(6055): wchar_t* SString::PszStr()", [](SString& s) { s.PszStr(); } },
         { L"core/src/strclss(2839): void SString::UnlockTchar(int)", [](SString& s) { s.UnlockTchar(); } },
         { L"core/src/strclss(3042): void SString::UnlockBuffer(int)", [](SString& s) { s.UnlockBuffer(); } },
-        { L"core/src/strclss(6043): const wchar_t* SString::PszStr() const", [](SString& s) { s.TrimRight(L'x'); } },
+        { L"core/src/strclss(6043): const wchar_t* SString::PszStr() const",
+          [](SString& s) { s.TrimRight(L'x'); } },
     };
     const Reports reports;
     for (const auto& c : noticers) {
@@ -273,8 +300,10 @@ TEST(StringGuard, FindsAnOverrunReportsItAndQuarantinesTheBlock)
             c.notice(s);
             ASSERT_EQ(2u, g_reports.size());
             EXPECT_EQ(c.place, g_reports[0]);
-            EXPECT_EQ(L"A string buffer overflow has been detected!\n You should try to SAVE-AS your work TO ANOTHER "
-                      L"FILE and exit application as soon as possible.", g_reports[1]);
+            EXPECT_EQ(L"A string buffer overflow has been detected!\n You should try to SAVE-AS your work TO "
+                      L"ANOTHER "
+                      L"FILE and exit application as soon as possible.",
+                      g_reports[1]);
             EXPECT_EQ(1, SHasStringBufferOverflow());
             g_reports.clear();
             s.Unlock();
@@ -307,10 +336,11 @@ TEST(StringValues, FitTheStandardLibrary)
     stream.width(6);
     stream << SString(L"abc") << L'|';
     EXPECT_EQ(L"   abc|", stream.str());
-    std::unordered_set<SString> set { SString(L"a"), SString(L"b"), SString(L"a") };
+    std::unordered_set<SString> set{ SString(L"a"), SString(L"b"), SString(L"a") };
     EXPECT_EQ(2u, set.size());
     EXPECT_TRUE(set.count(SString(L"b")));
-    static_assert(std::is_nothrow_move_constructible_v<SString> && std::is_nothrow_move_assignable_v<SString>);
+    static_assert(std::is_nothrow_move_constructible_v<SString> &&
+                  std::is_nothrow_move_assignable_v<SString>);
     static_assert(!std::is_convertible_v<int, SString>, "a number never becomes a text unasked");
     EXPECT_STREQ(L"one2three", SString::Concat(L"one", L'2', SString(L"three"), std::wstring_view()));
     EXPECT_STREQ(L"a-b-c", L"a" + SString(L"-") + SString(L"b") + L'-' + "c");
@@ -357,7 +387,7 @@ TEST(StringThreads, ShareOneBufferWithoutLosingACount)
                     const SString copy(text);
                     SString second(i % 2 ? copy : other);
                     if (i % 64 == 0)
-                        second += L"!";         // parts from the shared buffer
+                        second += L"!"; // parts from the shared buffer
                 }
             });
         }
@@ -369,7 +399,8 @@ TEST(StringThreads, ShareOneBufferWithoutLosingACount)
         sole.Empty();
         const_cast<SString&>(text) += L"?";
         EXPECT_EQ(33, text.Capacity());
-        EXPECT_EQ(buffer, static_cast<const wchar_t*>(text)) << "the count is 1 again, so the buffer is private";
+        EXPECT_EQ(buffer, static_cast<const wchar_t*>(text))
+            << "the count is 1 again, so the buffer is private";
     }
 }
 

@@ -26,11 +26,11 @@ void FillPools(std::vector<SString>& hoard)
             const unsigned long before = SFixedAlloc::TotalBytes();
             SString taken(L'h', length);
             if (SFixedAlloc::TotalBytes() != before)
-                break;              // the first block of a new chunk
+                break; // the first block of a new chunk
             hoard.push_back(std::move(taken));
         }
     }
-    SIdleConsumerList::Process().OnIdle(1);     // the new chunks go again
+    SIdleConsumerList::Process().OnIdle(1); // the new chunks go again
 }
 
 } // namespace
@@ -57,8 +57,14 @@ TEST(StringNumbers, RoundTrip)
     const struct {
         double number;
         const wchar_t* text;
-    } shortest[] = { { 0.1, L"0.1" }, { 1e300, L"1e+300" }, { -2.5, L"-2.5" }, { 0, L"0" }, { -0.0, L"-0" },
-                     { 5e-324, L"5e-324" }, { 1.0 / 3, L"0.3333333333333333" }, { 123456, L"123456" },
+    } shortest[] = { { 0.1, L"0.1" },
+                     { 1e300, L"1e+300" },
+                     { -2.5, L"-2.5" },
+                     { 0, L"0" },
+                     { -0.0, L"-0" },
+                     { 5e-324, L"5e-324" },
+                     { 1.0 / 3, L"0.3333333333333333" },
+                     { 123456, L"123456" },
                      { std::numeric_limits<double>::infinity(), L"inf" },
                      { -std::numeric_limits<double>::infinity(), L"-inf" },
                      { std::numeric_limits<double>::quiet_NaN(), L"nan" },
@@ -74,12 +80,21 @@ TEST(StringNumbers, ReadWhatStandsAtTheStart)
         int base;
         long whole;
         unsigned long positive;
-    } wholes[] = { { L"", 10, 0, 0 }, { L" \t42abc", 10, 42, 42 }, { L"-7", 10, -7, 0 }, { L"+7", 10, 7, 7 },
-                   { L"2147483648", 10, 2147483647, 2147483648u }, { L"-2147483648", 10, -2147483647 - 1, 0 },
+    } wholes[] = { { L"", 10, 0, 0 },
+                   { L" \t42abc", 10, 42, 42 },
+                   { L"-7", 10, -7, 0 },
+                   { L"+7", 10, 7, 7 },
+                   { L"2147483648", 10, 2147483647, 2147483648u },
+                   { L"-2147483648", 10, -2147483647 - 1, 0 },
                    { L"-99999999999999999999999", 10, -2147483647 - 1, 0 },
-                   { L"99999999999999999999999", 10, 2147483647, 4294967295u }, { L"0x1F", 10, 0, 0 },
-                   { L"0x1F", 16, 31, 31 }, { L"0X1f", 0, 31, 31 }, { L"1F", 16, 31, 31 }, { L"010", 0, 10, 10 },
-                   { L"0xg", 16, 0, 0 }, { L"- 5", 10, 0, 0 } };
+                   { L"99999999999999999999999", 10, 2147483647, 4294967295u },
+                   { L"0x1F", 10, 0, 0 },
+                   { L"0x1F", 16, 31, 31 },
+                   { L"0X1f", 0, 31, 31 },
+                   { L"1F", 16, 31, 31 },
+                   { L"010", 0, 10, 10 },
+                   { L"0xg", 16, 0, 0 },
+                   { L"- 5", 10, 0, 0 } };
     for (const auto& c : wholes) {
         EXPECT_EQ(c.whole, SString(c.text).ToLONG(c.base)) << SString(c.text);
         EXPECT_EQ(c.positive, SString(c.text).ToULONG(c.base)) << SString(c.text);
@@ -88,9 +103,22 @@ TEST(StringNumbers, ReadWhatStandsAtTheStart)
     const struct {
         const wchar_t* text;
         double number;
-    } reals[] = { { L"", 0 }, { L"x", 0 }, { L" 1.5kg", 1.5 }, { L"+.5", .5 }, { L"5.", 5 }, { L".", 0 }, { L"-1e3", -1000 },
-                  { L"1e", 1 }, { L"1e+", 1 }, { L"1,5", 1 }, { L"1e999", infinity }, { L"-1e999", -infinity },
-                  { L"1e-999", 0 }, { L"-Inf", -infinity }, { L"infinite", infinity }, { L"0001", 1 },
+    } reals[] = { { L"", 0 },
+                  { L"x", 0 },
+                  { L" 1.5kg", 1.5 },
+                  { L"+.5", .5 },
+                  { L"5.", 5 },
+                  { L".", 0 },
+                  { L"-1e3", -1000 },
+                  { L"1e", 1 },
+                  { L"1e+", 1 },
+                  { L"1,5", 1 },
+                  { L"1e999", infinity },
+                  { L"-1e999", -infinity },
+                  { L"1e-999", 0 },
+                  { L"-Inf", -infinity },
+                  { L"infinite", infinity },
+                  { L"0001", 1 },
                   { L"0.0000001e999999999999", infinity } };
     for (const auto& c : reals)
         EXPECT_EQ(c.number, SString(c.text).ToDouble()) << SString(c.text);
@@ -126,7 +154,9 @@ TEST(StringClasses, HoldForWholeTexts)
         { "IsXDigit", &SString::IsXDigit, { L"09afAF" }, { L"0x1", L"g" } },
         { "IsHexa", &SString::IsHexa, { L"0x0", L"0XfF9" }, { L"0x", L"12", L"0x1g", L"x1" } },
         { "IsInteger", &SString::IsInteger, { L"0", L"-12", L"+12" }, { L"-", L"1.", L" 1", L"1e2" } },
-        { "IsNumber", &SString::IsNumber, { L"0", L"-1.5e3", L".5", L"5.", L"+1E-7" },
+        { "IsNumber",
+          &SString::IsNumber,
+          { L"0", L"-1.5e3", L".5", L"5.", L"+1E-7" },
           { L".", L"-", L"1e", L"1 ", L"e5", L"1.2.3", L"inf" } },
         { "IsLower", &SString::IsLower, { L"ab\u00e9" }, { L"aB", L"a1" } },
         { "IsUpper", &SString::IsUpper, { L"AB\u00c9" }, { L"aB", L"A1" } },
@@ -206,10 +236,10 @@ TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)
         int length;
         const wchar_t* location;
     };
-    const Place places[] = { { 17, L"(1040)" },  { 33, L"(1041)" },   { 65, L"(1042)" },   { 129, L"(1043)" },
-                             { 257, L"(1044)" }, { 513, L"(1045)" },  { 1025, L"(1046)" }, { 2049, L"(1047)" },
-                             { 2050, L"(1060)" } };
-    typedef void (*Operation)(SString& s, const SString& other);
+    const Place places[] = { { 17, L"(1040)" },   { 33, L"(1041)" },   { 65, L"(1042)" },
+                             { 129, L"(1043)" },  { 257, L"(1044)" },  { 513, L"(1045)" },
+                             { 1025, L"(1046)" }, { 2049, L"(1047)" }, { 2050, L"(1060)" } };
+    typedef void (*Operation)(SString & s, const SString& other);
     const Operation operations[] = {
         [](SString& s, const SString&) { s += L"-more"; },
         [](SString& s, const SString& o) { s += o; },
@@ -224,12 +254,19 @@ TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)
         [](SString& s, const SString&) { s.MakeReverse(); },
         [](SString& s, const SString&) { s.Translate(L"x", L"z"); },
         [](SString& s, const SString&) { s.Randomize(s.Length()); },
-        [](SString& s, const SString&) { s.LockTchar(s.Capacity() + 1); s.Unlock(); },
+        [](SString& s, const SString&) {
+            s.LockTchar(s.Capacity() + 1);
+            s.Unlock();
+        },
         [](SString& s, const SString& o) { s.Format(L"%s%s", s.PszStr(), o.PszStr()); },
         [](SString& s, const SString& o) { s = SString::Concat(s, o); },
         [](SString& s, const SString& o) { s = s + o; },
         [](SString& s, const SString&) { s = s.Left(s.Length() - 1); },
-        [](SString& s, const SString& o) { SStringBuffer b; b << s << o; s = b.Detach(); },
+        [](SString& s, const SString& o) {
+            SStringBuffer b;
+            b << s << o;
+            s = b.Detach();
+        },
         [](SString& s, const SString&) { s = "narrow text"; },
     };
     const StringsAtRest rest;
@@ -256,9 +293,10 @@ TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)
                     EXPECT_EQ(text, Wide(sharer));
                     EXPECT_STREQ(L"another text", other);
                     if (!trial.error)
-                        return;     // also when the second try succeeded
+                        return; // also when the second try succeeded
                     EXPECT_TRUE(Threw<SEOutOfMemory>(trial, [](const SEOutOfMemory& e) {
-                        EXPECT_NE(nullptr, std::wcsstr(e.GetLocation(), L"Thrown from:\n core/src/strclss(10"));
+                        EXPECT_NE(nullptr,
+                                  std::wcsstr(e.GetLocation(), L"Thrown from:\n core/src/strclss(10"));
                         EXPECT_NE(nullptr, std::wcsstr(e.GetLocation(), L": void SString::AllocBuffer(int)"));
                         EXPECT_EQ(E_OUTOFMEMORY, e.GetResult());
                     }));
@@ -279,7 +317,8 @@ TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)
                 s = SString(L'h', place.length);
             failures.Disarm();
             ADD_FAILURE() << "memory for all of " << place.length;
-        } catch (const SEOutOfMemory& e) {
+        }
+        catch (const SEOutOfMemory& e) {
             // Asked for its texts while the heap is still empty.
             const wchar_t* location = e.GetLocation();
             const wchar_t* text = e.GetText();

@@ -42,7 +42,8 @@ std::wstring Upper(std::wstring text)
     return text;
 }
 
-int ReplaceInModel(std::wstring& text, const std::wstring& from, const std::wstring& to, bool noCase, bool all)
+int ReplaceInModel(std::wstring& text, const std::wstring& from, const std::wstring& to, bool noCase,
+                   bool all)
 {
     if (from.empty())
         return 0;
@@ -80,9 +81,9 @@ TEST(StringEditing, AgreesWithTheStandardStringFromEveryStartingState)
         SString s(model.c_str());
         SString keeper;
         switch (Below(3)) {
-        case 0: keeper = s; break;                              // shared
-        case 1: s.Lock(); break;                                // locked
-        default: break;                                         // private, or empty
+        case 0: keeper = s; break; // shared
+        case 1: s.Lock(); break;   // locked
+        default: break;            // private, or empty
         }
         const std::wstring kept = Wide(keeper);
         for (int step = 0; step < 4; ++step) {
@@ -90,23 +91,38 @@ TEST(StringEditing, AgreesWithTheStandardStringFromEveryStartingState)
             const int position = Below(longest + 6) - 3, count = Below(12) - 2;
             const int size = static_cast<int>(model.size());
             const int operation = Below(13);
-            SCOPED_TRACE(testing::Message() << "operation " << operation << " with " << testing::PrintToString(a)
-                                            << testing::PrintToString(b) << position << ' ' << count);
+            SCOPED_TRACE(testing::Message()
+                         << "operation " << operation << " with " << testing::PrintToString(a)
+                         << testing::PrintToString(b) << position << ' ' << count);
             int expected = 0, result = 0;
             switch (operation) {
-            case 0: s += a.c_str(); model += a; break;
-            case 1: s += L'q'; model += L'q'; break;
-            case 2: s.Insert(a.c_str(), position); model.insert(std::clamp(position, 0, size), a); break;
+            case 0:
+                s += a.c_str();
+                model += a;
+                break;
+            case 1:
+                s += L'q';
+                model += L'q';
+                break;
+            case 2:
+                s.Insert(a.c_str(), position);
+                model.insert(std::clamp(position, 0, size), a);
+                break;
             case 3:
                 s.Delete(position, count);
                 if (count > 0 && std::max(position, 0) < size)
                     model.erase(std::max(position, 0), count);
                 break;
-            case 4: case 5: case 6: case 7: {
+            case 4:
+            case 5:
+            case 6:
+            case 7: {
                 const bool noCase = operation == 5 || operation == 7, all = operation >= 6;
                 expected = ReplaceInModel(model, a, b, noCase, all);
-                result = all ? (noCase ? s.ReplaceAllNoCase(a.c_str(), b.c_str()) : s.ReplaceAll(a.c_str(), b.c_str()))
-                             : (noCase ? s.ReplaceNoCase(a.c_str(), b.c_str()) : s.Replace(a.c_str(), b.c_str()));
+                result =
+                    all ? (noCase ? s.ReplaceAllNoCase(a.c_str(), b.c_str())
+                                  : s.ReplaceAll(a.c_str(), b.c_str()))
+                        : (noCase ? s.ReplaceNoCase(a.c_str(), b.c_str()) : s.Replace(a.c_str(), b.c_str()));
                 break;
             }
             case 8: {
@@ -121,9 +137,18 @@ TEST(StringEditing, AgreesWithTheStandardStringFromEveryStartingState)
                 model.erase(model.find_last_not_of(set) + 1);
                 break;
             }
-            case 10: s.ToUpper(); model = Upper(model); break;
-            case 11: s.MakeReverse(); std::reverse(model.begin(), model.end()); break;
-            default: s = a.c_str(); model = a; break;
+            case 10:
+                s.ToUpper();
+                model = Upper(model);
+                break;
+            case 11:
+                s.MakeReverse();
+                std::reverse(model.begin(), model.end());
+                break;
+            default:
+                s = a.c_str();
+                model = a;
+                break;
             }
             ASSERT_EQ(expected, result);
             ASSERT_EQ(model, Wide(s));
@@ -154,7 +179,8 @@ TEST(StringSearch, AgreesWithTheStandardString)
         ASSERT_EQ(npos(Upper(model).rfind(Upper(wanted))), position(s.ReverseFindNoCase(wanted.c_str())));
         ASSERT_EQ(npos(Upper(model).rfind(SUpperChar(c))), position(s.ReverseFindNoCase(c)));
         if (from <= model.size()) {
-            ASSERT_EQ(npos(model.find(wanted, from)), position(s.Find(wanted.c_str(), s.GetPointerAt(start))));
+            ASSERT_EQ(npos(model.find(wanted, from)),
+                      position(s.Find(wanted.c_str(), s.GetPointerAt(start))));
             ASSERT_EQ(npos(Upper(model).find(Upper(wanted), from)),
                       position(s.FindNoCase(wanted.c_str(), s.GetPointerAt(start))));
             ASSERT_EQ(npos(model.rfind(c, from)), position(s.ReverseFind(c, s.GetPointerAt(start))));
@@ -185,7 +211,8 @@ TEST(StringComparison, FormsAgreeAndNullIsEmpty)
         ASSERT_EQ(Sign(Upper(a).compare(Upper(b))), Sign(s.CompareNoCase(b.c_str())));
         ASSERT_EQ(Sign(cut(Upper(a)).compare(cut(Upper(b)))), Sign(s.CompareNoCase(b.c_str(), count)));
         ASSERT_EQ(Sign(Upper(rest).compare(Upper(b))), Sign(s.CompareNoCase(start, b.c_str())));
-        ASSERT_EQ(Sign(cut(Upper(rest)).compare(cut(Upper(b)))), Sign(s.CompareNoCase(start, b.c_str(), count)));
+        ASSERT_EQ(Sign(cut(Upper(rest)).compare(cut(Upper(b)))),
+                  Sign(s.CompareNoCase(start, b.c_str(), count)));
         ASSERT_EQ(a < b, s < t);
         ASSERT_EQ(a <= b, s <= b.c_str());
         ASSERT_EQ(a > b, a.c_str() > t);
@@ -205,11 +232,14 @@ TEST(StringComparison, FormsAgreeAndNullIsEmpty)
         ByBoth both;
     } members[] = {
         { &SString::Compare, &SString::Compare, &SString::Compare, &SString::Compare },
-        { &SString::CompareNoCase, &SString::CompareNoCase, &SString::CompareNoCase, &SString::CompareNoCase },
+        { &SString::CompareNoCase, &SString::CompareNoCase, &SString::CompareNoCase,
+          &SString::CompareNoCase },
         { &SString::Collate, &SString::Collate, &SString::Collate, &SString::Collate },
-        { &SString::CollateNoCase, &SString::CollateNoCase, &SString::CollateNoCase, &SString::CollateNoCase },
+        { &SString::CollateNoCase, &SString::CollateNoCase, &SString::CollateNoCase,
+          &SString::CollateNoCase },
         { &SString::CompareNb, &SString::CompareNb, &SString::CompareNb, &SString::CompareNb },
-        { &SString::CompareNbNoCase, &SString::CompareNbNoCase, &SString::CompareNbNoCase, &SString::CompareNbNoCase },
+        { &SString::CompareNbNoCase, &SString::CompareNbNoCase, &SString::CompareNbNoCase,
+          &SString::CompareNbNoCase },
     };
     for (const auto& m : members) {
         for (const SString& s : { SString(L"x9"), SString() }) {
@@ -229,13 +259,24 @@ TEST(StringComparison, FormsAgreeAndNullIsEmpty)
 
 TEST(StringComparison, ByNumberByLocaleAndByPattern)
 {
-    const wchar_t* const rising[] = { L"", L"a", L"a1", L"a01", L"a2", L"a02b", L"a10", L"a10b", L"a0100",
-                                      L"a18446744073709551616", L"a18446744073709551617", L"b" };
+    const wchar_t* const rising[] = { L"",
+                                      L"a",
+                                      L"a1",
+                                      L"a01",
+                                      L"a2",
+                                      L"a02b",
+                                      L"a10",
+                                      L"a10b",
+                                      L"a0100",
+                                      L"a18446744073709551616",
+                                      L"a18446744073709551617",
+                                      L"b" };
     for (size_t i = 0; i < std::size(rising); ++i) {
         for (size_t j = 0; j < std::size(rising); ++j) {
             const int expected = (i > j) - (i < j);
             EXPECT_EQ(expected, Sign(SString(rising[i]).CompareNb(rising[j]))) << i << ' ' << j;
-            EXPECT_EQ(expected, Sign(SString(SString(rising[i]).ToUpper()).CompareNbNoCase(rising[j]))) << i << ' ' << j;
+            EXPECT_EQ(expected, Sign(SString(SString(rising[i]).ToUpper()).CompareNbNoCase(rising[j])))
+                << i << ' ' << j;
         }
     }
     EXPECT_LT(SString(L"éa").Collate(L"f"), 0) << "the locale sorts é before f, the code units do not";
@@ -247,11 +288,16 @@ TEST(StringComparison, ByNumberByLocaleAndByPattern)
         const wchar_t* text;
         const wchar_t* pattern;
         bool match, noCase;
-    } patterns[] = { { L"report.txt", L"*.txt", true, true }, { L"report.TXT", L"R*.t?t", false, true },
-                     { L"", L"", true, true },                { L"", L"*", true, true },
-                     { L"", L"?", false, false },             { L"abc", L"a?c", true, true },
-                     { L"abc", L"abc*", true, true },         { L"abc", L"ab", false, false },
-                     { L"mississippi", L"m*iss*p*", true, true }, { L"mississippi", L"*iss?x*", false, false },
+    } patterns[] = { { L"report.txt", L"*.txt", true, true },
+                     { L"report.TXT", L"R*.t?t", false, true },
+                     { L"", L"", true, true },
+                     { L"", L"*", true, true },
+                     { L"", L"?", false, false },
+                     { L"abc", L"a?c", true, true },
+                     { L"abc", L"abc*", true, true },
+                     { L"abc", L"ab", false, false },
+                     { L"mississippi", L"m*iss*p*", true, true },
+                     { L"mississippi", L"*iss?x*", false, false },
                      { L"É", L"é", false, true } };
     for (const auto& c : patterns) {
         EXPECT_EQ(c.match, SString(c.text).Match(c.pattern)) << SString(c.pattern);
@@ -267,9 +313,18 @@ TEST(StringExtraction, CutsAsPromised)
         SString result;
         const wchar_t* expected;
     } cases[] = {
-        { s.Left(2), L"ab" }, { s.Left(99), L"abcdef" }, { s.Right(2), L"ef" }, { s.Right(99), L"abcdef" },
-        { s.Right(-1), L"" }, { s.Mid(2, 2), L"cd" }, { s.Mid(4, 99), L"ef" }, { s.Mid(-2, 2), L"ab" },
-        { s.Mid(6, 1), L"" }, { s.Mid(2), L"cdef" }, { s.Split(L'c'), L"ab" }, { s.Split(L'x'), L"abcdef" },
+        { s.Left(2), L"ab" },
+        { s.Left(99), L"abcdef" },
+        { s.Right(2), L"ef" },
+        { s.Right(99), L"abcdef" },
+        { s.Right(-1), L"" },
+        { s.Mid(2, 2), L"cd" },
+        { s.Mid(4, 99), L"ef" },
+        { s.Mid(-2, 2), L"ab" },
+        { s.Mid(6, 1), L"" },
+        { s.Mid(2), L"cdef" },
+        { s.Split(L'c'), L"ab" },
+        { s.Split(L'x'), L"abcdef" },
         { SString(L"abc", L"abc" + 0), L"" },
     };
     for (const auto& c : cases)
@@ -281,7 +336,7 @@ TEST(StringExtraction, CutsAsPromised)
     SString head;
     while (path.Split(&head, &path, L';'))
         parts.push_back(Wide(head));
-    EXPECT_EQ((std::vector<std::wstring> { L"one", L"two", L"" }), parts);
+    EXPECT_EQ((std::vector<std::wstring>{ L"one", L"two", L"" }), parts);
     EXPECT_TRUE(path.IsEmpty());
     EXPECT_EQ(0, SString(L"whole").Split(&head, &rest, L';'));
     EXPECT_STREQ(L"whole", head);
@@ -295,7 +350,8 @@ TEST(StringExtraction, CutsAsPromised)
 TEST(StringEditing, LettersAndMarks)
 {
     EXPECT_STREQ(L"deja vu, Angstrom", SString(L"d\u00e9j\u00e0 vu, \u00c5ngstr\u00f6m").NoAccent());
-    EXPECT_STREQ(L"e\u00f8", SString(L"e\u0301\u00f8").NoAccent()) << "marks go; a letter that does not decompose stays";
+    EXPECT_STREQ(L"e\u00f8", SString(L"e\u0301\u00f8").NoAccent())
+        << "marks go; a letter that does not decompose stays";
     EXPECT_STREQ(L"\u00c9\u0416", SString(L"\u00e9\u0436").ToUpper());
     EXPECT_STREQ(L"\u00e9\u0436", SString(L"\u00c9\u0416").ToLower());
     EXPECT_STREQ(L"abCDef", SString(L"abcdef").ToUpper(2, 2));
@@ -329,7 +385,8 @@ TEST(StringCursors, WalkCharactersLinesWordsAndParts)
         { L"", {}, {}, {} },
         { L"one", { L"one" }, { L"one" }, { L"one" } },
         { L"a\r\n\rb;\n", { L"a", L"", L"b;" }, { L"a", L"b" }, { L"a\r\n\rb", L"\n" } },
-        { L"don't 'quote' d\u2019\u00e9t\u00e9;;x2-;", { L"don't 'quote' d\u2019\u00e9t\u00e9;;x2-;" },
+        { L"don't 'quote' d\u2019\u00e9t\u00e9;;x2-;",
+          { L"don't 'quote' d\u2019\u00e9t\u00e9;;x2-;" },
           { L"don't", L"quote", L"d\u2019\u00e9t\u00e9", L"x2" },
           { L"don't 'quote' d\u2019\u00e9t\u00e9", L"", L"x2-", L"" } },
         { L" \n", { L" " }, {}, { L" \n" } },

@@ -32,7 +32,7 @@ public:
     }
     va_list List()
     {
-        m_bytes.resize(m_bytes.size() + 64);        // what a malformed format may read beyond
+        m_bytes.resize(m_bytes.size() + 64); // what a malformed format may read beyond
         return reinterpret_cast<va_list>(m_bytes.data());
     }
 
@@ -80,13 +80,15 @@ protected:
                     format += std::to_wstring(precision);
             }
         }
-        static const wchar_t* const kIntegers[] = { L"d", L"i", L"u", L"x", L"X", L"o", L"ld", L"hd", L"I32u", L"hx" };
+        static const wchar_t* const kIntegers[] = { L"d", L"i",  L"u",  L"x",    L"X",
+                                                    L"o", L"ld", L"hd", L"I32u", L"hx" };
         static const wchar_t* const kLongs[] = { L"I64d", L"I64u", L"I64x", L"lld", L"llo" };
         static const wchar_t* const kReals[] = { L"f", L"e", L"E", L"g", L"G", L"lf", L"Lg" };
         static const wchar_t* const kWides[] = { L"s", L"ls", L"ws", L"lS" };
         static const wchar_t* const kNarrows[] = { L"hs", L"S", L"hS" };
         switch (conversion) {
-        case 0: case 1:
+        case 0:
+        case 1:
             format += kIntegers[Below(10)];
             arguments.Add(static_cast<int>(random() >> Below(32)));
             break;
@@ -95,14 +97,23 @@ protected:
             arguments.Add((static_cast<long long>(random()) << 32 | random()) >> Below(64));
             break;
         case 3: {
-            static const double kSpecial[] = { 0, -0.0, 1e308, -1e308, 5e-324, 1e15, 9.999999999999999e15, 1e16, 0.1,
+            static const double kSpecial[] = { 0,
+                                               -0.0,
+                                               1e308,
+                                               -1e308,
+                                               5e-324,
+                                               1e15,
+                                               9.999999999999999e15,
+                                               1e16,
+                                               0.1,
                                                std::numeric_limits<double>::infinity(),
                                                std::numeric_limits<double>::quiet_NaN() };
             format += kReals[Below(7)];
             arguments.Add(kSpecial[Below(11)] * (Below(2) ? 1.0 : Below(1000) + 0.5));
             break;
         }
-        case 4: case 5: {
+        case 4:
+        case 5: {
             static const wchar_t* const kTexts[] = { L"", L"text", L"\u00e9\u4e2d", L"%d%s" };
             format += kWides[Below(4)];
             const int which = Below(60);
@@ -145,7 +156,8 @@ TEST_F(FormatProperty, IsTheRunTimesTextAndNeverLeavesTheBuffer)
             format += kLiterals[Below(5)];
             AddConversion(format, arguments);
         }
-        static const wchar_t* const kTails[] = { L"", L" end", L"%", L"%-", L"%5", L"%y", L"%.3", L"%l", L"%I64" };
+        static const wchar_t* const kTails[] = { L"",   L" end", L"%",  L"%-",  L"%5",
+                                                 L"%y", L"%.3",  L"%l", L"%I64" };
         format += kTails[Below(Below(10) ? 2 : 9)];
         const va_list list = arguments.List();
         const int length = ::_vsnwprintf(reference.data(), reference.size(), format.c_str(), list);
@@ -162,7 +174,8 @@ TEST_F(FormatProperty, IsTheRunTimesTextAndNeverLeavesTheBuffer)
 TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
 {
     SString s;
-    EXPECT_STREQ(L"wide narrow narrow wide", s.Format(L"%s %hs %S %ls", L"wide", "narrow", "narrow", L"wide"));
+    EXPECT_STREQ(L"wide narrow narrow wide",
+                 s.Format(L"%s %hs %S %ls", L"wide", "narrow", "narrow", L"wide"));
     EXPECT_STREQ(L"(null) 100% 007 1f", s.Format(L"%s %d%% %03d %x", nullptr, 100, 7, 31));
     int written = 42;
     EXPECT_TRUE(s.Format(L"abc%n", &written).IsEmpty());

@@ -31,8 +31,8 @@ public:
     using __STree::AddCopy;
     using __STree::operator=;
 
-    int allowed = 1000;         ///< entries that can be had
-    int live = 0;               ///< payloads constructed and not destroyed
+    int allowed = 1000; ///< entries that can be had
+    int live = 0;       ///< payloads constructed and not destroyed
     int copiesUntilThrow = -1;
 
     bool Has(long key) const { return GetEntry(key) != nullptr; }
@@ -73,8 +73,9 @@ void ExpectEqual(const Model& model, const IntMap& map)
 {
     ASSERT_EQ("", map.Broken());
     ASSERT_EQ(static_cast<int>(model.size()), map.Count());
-    ASSERT_TRUE(std::equal(model.begin(), model.end(), map.begin(), map.end(),
-                           [](const auto& a, const auto& b) { return a.first == b.key && a.second == b.value; }));
+    ASSERT_TRUE(
+        std::equal(model.begin(), model.end(), map.begin(), map.end(),
+                   [](const auto& a, const auto& b) { return a.first == b.key && a.second == b.value; }));
 }
 
 } // namespace
@@ -141,11 +142,12 @@ TEST(Map, PayloadsStayWhereTheyAreWhateverIsRemoved)
 TEST(Map, WalksBothWaysAndFitsTheStandardLibrary)
 {
     typedef SMap<SString, int> Map;
-    static_assert(std::is_same_v<std::iterator_traits<Map::iterator>::iterator_category, std::bidirectional_iterator_tag>);
+    static_assert(std::is_same_v<std::iterator_traits<Map::iterator>::iterator_category,
+                                 std::bidirectional_iterator_tag>);
     static_assert(std::is_convertible_v<Map::iterator, Map::const_iterator>);
     static_assert(!std::is_convertible_v<Map::const_iterator, Map::iterator>);
     static_assert(std::is_nothrow_move_constructible_v<Map>);
-    Map map { { L"b", 2 }, { L"c", 3 }, { L"a", 0 }, { L"a", 1 } };
+    Map map{ { L"b", 2 }, { L"c", 3 }, { L"a", 0 }, { L"a", 1 } };
     std::wstring keys;
     for (auto& [key, value] : map) {
         keys += key;
@@ -153,7 +155,8 @@ TEST(Map, WalksBothWaysAndFitsTheStandardLibrary)
     }
     EXPECT_EQ(L"abc", keys);
     const Map& constant = map;
-    const auto found = std::find_if(constant.begin(), constant.end(), [](const auto& pair) { return pair.value == 20; });
+    const auto found =
+        std::find_if(constant.begin(), constant.end(), [](const auto& pair) { return pair.value == 20; });
     EXPECT_STREQ(L"b", found->key);
     keys.clear();
     for (auto at = map.rbegin(); at != map.rend(); ++at)
@@ -211,7 +214,7 @@ TEST(Map, OrdersStringKeysAsTheyCompare)
             for (unsigned changes = random() % 3; changes > 0 && !text.empty(); --changes)
                 text[random() % text.size()] = units[random() % std::size(units)];
         }
-        const SString a { std::wstring_view(texts[0]) }, b { std::wstring_view(texts[1]) };
+        const SString a{ std::wstring_view(texts[0]) }, b{ std::wstring_view(texts[1]) };
         const int order = sign(texts[0].compare(texts[1]));
         ASSERT_EQ(order, sign(SAsc<SString>::Compare(a, b))) << a << b;
         if (texts[0].find(L'\0') == texts[0].npos) {
@@ -232,7 +235,7 @@ TEST(Map, HoldsMapsOfItsOwnKindAndTakesOneOfThemForAllOfIt)
     for (int i = 0; i < 9; ++i)
         top[4].children[i].weight = 10 * i;
     SMap<int, Node>& asMap = top;
-    asMap = top.Find(4)->children;      // which ends with the old contents
+    asMap = top.Find(4)->children; // which ends with the old contents
     EXPECT_EQ("", top.Broken());
     ASSERT_EQ(9, top.Count());
     EXPECT_EQ(80, top.Find(8)->weight);
@@ -262,7 +265,7 @@ struct MapUsingConsumer : SIdleConsumer {
     int OnIdle(int) override
     {
         other = std::thread(UseMapOf<5004>);
-        ::Sleep(50);            // it waits for the idle list now, to register its pool
+        ::Sleep(50); // it waits for the idle list now, to register its pool
         UseMapOf<5008>();
         return 0;
     }
@@ -282,7 +285,7 @@ TEST(EntryPools, AreOneForASizeHoweverManyThreadsAskFirst)
 {
     for (unsigned long bytes = 6000; bytes < 6400; bytes += 4) {
         SFixedAlloc* pools[4] = {};
-        std::atomic<int> waiting { 0 };
+        std::atomic<int> waiting{ 0 };
         std::vector<std::thread> threads;
         for (unsigned long i = 0; i < 4; ++i) {
             threads.emplace_back([&, i] {
@@ -314,8 +317,10 @@ TEST(TreeEngine, AddsReplacesAndRemovesThroughTheTraits)
     try {
         tree.Add(7, 70);
         ADD_FAILURE() << "there was no memory";
-    } catch (const SEOutOfMemory& e) {
-        EXPECT_NE(nullptr, std::wcsstr(e.GetLocation(), L" core/src/stree(545): __STree::Entry* __STree::BuyEntry("));
+    }
+    catch (const SEOutOfMemory& e) {
+        EXPECT_NE(nullptr,
+                  std::wcsstr(e.GetLocation(), L" core/src/stree(545): __STree::Entry* __STree::BuyEntry("));
     }
     EXPECT_EQ(2, tree.Count());
     tree.allowed = 1000;
@@ -352,7 +357,7 @@ TEST(TreeEngine, CopiesWholeOrNotAtAll)
     EXPECT_EQ(100, target.live);
     EXPECT_EQ(source.ValueOf(42), target.ValueOf(42));
     target.allowed = 0;
-    target = *&target;      // copies nothing: payloads stay where they are
+    target = *&target; // copies nothing: payloads stay where they are
     EXPECT_EQ(100, target.Count());
 }
 
@@ -367,8 +372,16 @@ TEST(Map, WithoutMemoryStaysAsItWas)
         { "Set new, locked", [](Map& m, const SString& locked) { m.Set(locked, locked); } },
         { "Set old, locked", [](Map& m, const SString& locked) { m.Set(L"k3", locked); } },
         { "[]", [](Map& m, const SString&) { m[L"new"] = L"a longer text than before"; } },
-        { "copy", [](Map& m, const SString&) { Map copy(m); copy.Set(L"new", L"x"); m = copy; } },
-        { "list", [](Map& m, const SString&) { m = Map { { L"a", L"b" } }; } },
+        { "copy",
+          [](Map& m, const SString&) {
+              Map copy(m);
+              copy.Set(L"new", L"x");
+              m = copy;
+          } },
+        { "list",
+          [](Map& m, const SString&) {
+              m = Map{ { L"a", L"b" } };
+          } },
     };
     const StringsAtRest rest;
     SString locked(L"locked text");

@@ -49,16 +49,18 @@ TEST(StringMaps, OrderKeysEachTheirWay)
         unsorted.Set(key, SString(key) + L"!");
         unsortedNoCase.Set(key, SString(key) + L"!");
     }
-    EXPECT_EQ((Pairs { { L"B", L"B!" }, { L"C", L"C!" }, { L"a", L"a!" }, { L"b", L"b!" } }), PairsOf(sorted));
-    EXPECT_EQ((Pairs { { L"a", L"a!" }, { L"b", L"b!" }, { L"C", L"C!" } }), PairsOf(noCase));
-    EXPECT_EQ((Pairs { { L"b", L"b!" }, { L"C", L"C!" }, { L"a", L"a!" }, { L"B", L"B!" } }), PairsOf(unsorted));
-    EXPECT_EQ((Pairs { { L"b", L"b!" }, { L"C", L"C!" }, { L"a", L"a!" } }), PairsOf(unsortedNoCase));
+    EXPECT_EQ((Pairs{ { L"B", L"B!" }, { L"C", L"C!" }, { L"a", L"a!" }, { L"b", L"b!" } }), PairsOf(sorted));
+    EXPECT_EQ((Pairs{ { L"a", L"a!" }, { L"b", L"b!" }, { L"C", L"C!" } }), PairsOf(noCase));
+    EXPECT_EQ((Pairs{ { L"b", L"b!" }, { L"C", L"C!" }, { L"a", L"a!" }, { L"B", L"B!" } }),
+              PairsOf(unsorted));
+    EXPECT_EQ((Pairs{ { L"b", L"b!" }, { L"C", L"C!" }, { L"a", L"a!" } }), PairsOf(unsortedNoCase));
 
     SStringUnsortedMap copy(unsorted);
     EXPECT_TRUE(unsorted.Remove(L"C"));
     EXPECT_FALSE(unsorted.Remove(SString(L"C")));
     unsorted[L"C"] = L"again";
-    EXPECT_EQ((Pairs { { L"b", L"b!" }, { L"a", L"a!" }, { L"B", L"B!" }, { L"C", L"again" } }), PairsOf(unsorted));
+    EXPECT_EQ((Pairs{ { L"b", L"b!" }, { L"a", L"a!" }, { L"B", L"B!" }, { L"C", L"again" } }),
+              PairsOf(unsorted));
     EXPECT_STREQ(L"C", unsorted.GetAt(3).key);
     EXPECT_EQ(4, copy.Count());
     EXPECT_STREQ(L"C!", *copy.Find(L"C"));
@@ -70,7 +72,7 @@ TEST(StringMaps, OrderKeysEachTheirWay)
     copy.Clear();
     EXPECT_EQ(0, copy.Count());
     copy.Set(L"after", L"clear");
-    EXPECT_EQ((Pairs { { L"after", L"clear" } }), PairsOf(copy));
+    EXPECT_EQ((Pairs{ { L"after", L"clear" } }), PairsOf(copy));
     SString value;
     EXPECT_TRUE(noCase.Lookup(L"A", value));
     EXPECT_STREQ(L"a!", value);
@@ -84,7 +86,8 @@ TEST(StringMaps, UnsortedAgreesWithAModel)
     Pairs model;
     for (int step = 0; step < 5000; ++step) {
         const std::wstring key = std::to_wstring(random() % 40), value = std::to_wstring(step);
-        const auto found = std::find_if(model.begin(), model.end(), [&](const auto& pair) { return pair.first == key; });
+        const auto found =
+            std::find_if(model.begin(), model.end(), [&](const auto& pair) { return pair.first == key; });
         if (random() % 2) {
             ASSERT_EQ(found == model.end(), map.Set(key.c_str(), value.c_str()));
             if (found == model.end())
@@ -137,7 +140,7 @@ TEST(StringMapLists, ReadAValueOfTheMapThatTheListReplaces)
     SStringUnsortedMap map;
     map.Set(L"list", SString(L"list=0;y=") + lines + L";z=B");
     EXPECT_EQ(3, map.AddFromList(*map.Find(L"list"), L";", L'\\'));
-    EXPECT_EQ((Pairs { { L"list", L"0" }, { L"y", Wide(lines) }, { L"z", L"B" } }), PairsOf(map));
+    EXPECT_EQ((Pairs{ { L"list", L"0" }, { L"y", Wide(lines) }, { L"z", L"B" } }), PairsOf(map));
 }
 
 TEST(StringMapLists, GiveBackWhatTheyTook)
@@ -172,7 +175,7 @@ TEST(StringMaps, WithoutMemoryStayAsTheyWere)
             SIdleConsumerList::Process().OnIdle(1);
         },
         [&] {
-            map.Set(L"five", L"5");         // grows the order table beyond 4
+            map.Set(L"five", L"5"); // grows the order table beyond 4
             list = map.GetAsList(L';', L'\\');
         },
         [&](const AllocationTrial& trial) {
@@ -180,7 +183,7 @@ TEST(StringMaps, WithoutMemoryStayAsTheyWere)
                 return;
             EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
             EXPECT_TRUE(list.IsEmpty());
-            Pairs expected { { L"one", L"1" }, { L"two", L"2" }, { L"three", L"3" }, { L"four", L"4" } };
+            Pairs expected{ { L"one", L"1" }, { L"two", L"2" }, { L"three", L"3" }, { L"four", L"4" } };
             if (map.Count() == 5)
                 expected.emplace_back(L"five", L"5");
             EXPECT_EQ(expected, PairsOf(map));

@@ -51,11 +51,11 @@ struct CVCORE_API SClassInfo {
     /// The first descriptor in the list with exactly this name; null when there is none or `name` is null.
     static SClassInfo* Find(const char* name);
 
-    const char* name;       ///< the class's name as written in the source
-    unsigned size;          ///< bytes of an instance
-    SClassInfo* base;       ///< descriptor of the direct base class; null only for SObject
-    SClassInfo* next;       ///< next in the list; null for the last
-    Factory factory;        ///< null when the class cannot be created from its descriptor
+    const char* name; ///< the class's name as written in the source
+    unsigned size;    ///< bytes of an instance
+    SClassInfo* base; ///< descriptor of the direct base class; null only for SObject
+    SClassInfo* next; ///< next in the list; null for the last
+    Factory factory;  ///< null when the class cannot be created from its descriptor
 };
 
 /// First descriptor of the process's list, in order of registration; null only before any was constructed.
@@ -94,8 +94,8 @@ protected:
 
 /// Hook for assertion macros: source file and expression, line, and where an answer may be left. Looks at nothing and
 /// returns 1; a program that wants objects checked replaces the macro that calls it.
-CVCORE_API int SAssertValidObject(const SObject* object, const char* file, const char* expression, unsigned long line,
-                                  int* result);
+CVCORE_API int SAssertValidObject(const SObject* object, const char* file, const char* expression,
+                                  unsigned long line, int* result);
 
 /// Where readable dumps of objects go: derive, and write the text wherever it is wanted.
 class CVCORE_API SDump {
@@ -111,33 +111,33 @@ CVCORE_API SDump& operator<<(SDump& dump, long number);
 CVCORE_API SDump& operator<<(SDump& dump, const SObject* object);
 
 /// In a class: gives it a descriptor, without a factory.
-#define S_DECLARE_DYNAMIC(Class)                                                                                       \
-public:                                                                                                                \
-    static SClassInfo __clsinf;                                                                                        \
+#define S_DECLARE_DYNAMIC(Class)                                                                             \
+public:                                                                                                      \
+    static SClassInfo __clsinf;                                                                              \
     SClassInfo* GetClassInfo() const override;
 
 /// In a class with a default constructor: gives it a descriptor with a factory.
-#define S_DECLARE_DYNCREATE(Class)                                                                                     \
-    S_DECLARE_DYNAMIC(Class)                                                                                           \
+#define S_DECLARE_DYNCREATE(Class)                                                                           \
+    S_DECLARE_DYNAMIC(Class)                                                                                 \
     static Class* CreateObject();
 
 /// The descriptor and GetClassInfo, once a class and in its source; the other two macros use it.
-#define S_IMPLEMENT_CLASSINFO(Class, Base, factory)                                                                    \
-    SClassInfo Class::__clsinf(#Class, sizeof(Class), &Base::__clsinf, factory);                                       \
-    SClassInfo* Class::GetClassInfo() const                                                                            \
-    {                                                                                                                  \
-        return &Class::__clsinf;                                                                                       \
+#define S_IMPLEMENT_CLASSINFO(Class, Base, factory)                                                          \
+    SClassInfo Class::__clsinf(#Class, sizeof(Class), &Base::__clsinf, factory);                             \
+    SClassInfo* Class::GetClassInfo() const                                                                  \
+    {                                                                                                        \
+        return &Class::__clsinf;                                                                             \
     }
 
 /// In a source: implements S_DECLARE_DYNAMIC.
 #define S_IMPLEMENT_DYNAMIC(Class, Base) S_IMPLEMENT_CLASSINFO(Class, Base, nullptr)
 
 /// In a source: implements S_DECLARE_DYNCREATE.
-#define S_IMPLEMENT_DYNCREATE(Class, Base)                                                                             \
-    S_IMPLEMENT_CLASSINFO(Class, Base, []() -> SObject* { return Class::CreateObject(); })                             \
-    Class* Class::CreateObject()                                                                                       \
-    {                                                                                                                  \
-        return new Class;                                                                                              \
+#define S_IMPLEMENT_DYNCREATE(Class, Base)                                                                   \
+    S_IMPLEMENT_CLASSINFO(Class, Base, []() -> SObject* { return Class::CreateObject(); })                   \
+    Class* Class::CreateObject()                                                                             \
+    {                                                                                                        \
+        return new Class;                                                                                    \
     }
 
 /// The descriptor of a class, as SClassInfo*.

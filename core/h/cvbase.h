@@ -8,7 +8,7 @@
 #define CVBASE_H
 
 #if defined(_MSC_VER) && !defined(__clang__)
-#error "CVCore16 classes have the g++ binary interface: build this client with mingw g++, or use the flat C interface."
+#error "CVCore16 classes have the g++ binary interface: build this client with mingw-w64 g++."
 #endif
 
 #if defined(_WINDOWS_) && !defined(UNICODE)

@@ -122,10 +122,10 @@ private:
 
 /// What a pool with a name shows of itself; see SPoolCounters.
 struct SPoolCounter {
-    const wchar_t* name;            ///< the pool's name, valid as long as the pool lives
-    const unsigned long* bytes;     ///< bytes of the chunks it holds
-    const unsigned long* inUse;     ///< blocks handed out and not yet freed
-    unsigned long blockBytes;       ///< size of one block
+    const wchar_t* name;        ///< the pool's name, valid as long as the pool lives
+    const unsigned long* bytes; ///< bytes of the chunks it holds
+    const unsigned long* inUse; ///< blocks handed out and not yet freed
+    unsigned long blockBytes;   ///< size of one block
 };
 
 /// The counters of all pools that were made with a name, in the order of their making.
@@ -261,11 +261,11 @@ private:
     unsigned long m_freedCount;
     unsigned long m_bytes;
     unsigned long m_inUse;
-    SPoolLock m_gate;                   // beside the counters, so that Alloc and Free stay in one cache line
+    SPoolLock m_gate; // beside the counters, so that Alloc and Free stay in one cache line
     wchar_t m_name[kMaxName + 1];
-    CRITICAL_SECTION m_queue;           // where contended callers of m_gate wait
+    CRITICAL_SECTION m_queue; // where contended callers of m_gate wait
     BadRegion* m_bad;
-    SFixedAlloc* m_nextNamed;           // in the register of SPoolCounters
+    SFixedAlloc* m_nextNamed; // in the register of SPoolCounters
 };
 
 // ---- Inline parts: the two operations on which everything sits ----
@@ -290,7 +290,7 @@ inline void* SFixedAlloc::TryAlloc() noexcept
 {
     Enter();
     if (S_UNLIKELY(!m_free))
-        return AllocFromNewChunk();     // leaves the lock
+        return AllocFromNewChunk(); // leaves the lock
     void* block = Pop();
     Leave();
     return block;

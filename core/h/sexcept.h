@@ -18,7 +18,8 @@
 class CVCORE_API SException {
 public:
     /// Every constructor takes the place first (see S_HERE): function signature, source file, line.
-    SException(const char* function, const char* file, unsigned long line, const SString& message = SString());
+    SException(const char* function, const char* file, unsigned long line,
+               const SString& message = SString());
     SException(const SException&) = default;
     SException& operator=(const SException&) = default;
     virtual ~SException();
@@ -39,7 +40,7 @@ protected:
     /// Formats the location and stores it.
     void FmtDbgFileLine(const char* function, const char* file, unsigned long line);
 
-    mutable SString m_message;          // mutable: a class may build its text when it is first asked for
+    mutable SString m_message; // mutable: a class may build its text when it is first asked for
     SString m_location;
 };
 
@@ -95,7 +96,7 @@ private:
     friend CVCORE_API int GetResultFormat(long hr, SString* text);
 
     SResultFormat m_format;
-    SRegisterGetResultFormat* m_next;       // the register is a list through its objects, in the order of m_format
+    SRegisterGetResultFormat* m_next; // the register is a list through its objects, in the order of m_format
 };
 
 /// Asks the formatters until one knows `hr`; 0 and an untouched text when none does.
@@ -105,7 +106,8 @@ CVCORE_API int GetResultFormat(long hr, SString* text);
 
 /// Takes a report of damage that the library found: the member that noticed it (signature, source, line) and what it is.
 /// Called on the thread that noticed it, outside the library's locks.
-typedef void (*SDamageReporter)(const char* function, const char* file, unsigned long line, const wchar_t* text);
+typedef void (*SDamageReporter)(const char* function, const char* file, unsigned long line,
+                                const wchar_t* text);
 
 /// Installs who hears of damage and returns the one before; null restores the default, which writes one line to the
 /// debugger's output and to standard error. Process-wide; set it before other threads run.
@@ -113,6 +115,7 @@ CVCORE_API SDamageReporter SSetDamageReporter(SDamageReporter reporter);
 
 /// Hands a report to the installed reporter. What the reporter throws is swallowed: damage is found in places that must
 /// go on.
-CVCORE_API void SReportDamage(const char* function, const char* file, unsigned long line, const wchar_t* text) noexcept;
+CVCORE_API void SReportDamage(const char* function, const char* file, unsigned long line,
+                              const wchar_t* text) noexcept;
 
 #endif

@@ -78,7 +78,10 @@ struct SAsc<SString> {
         return text == static_cast<const wchar_t*>(b) ? 0 : SCompareKeyTexts(text, Size(a), b, Size(b));
     }
     // With lengths, since a key may hold a NUL: to SSafeStrCmp it would end there and equal a shorter one.
-    static int Compare(const STextProbe& a, const SString& b) { return SCompareKeyTexts(a.text, a.length, b, Size(b)); }
+    static int Compare(const STextProbe& a, const SString& b)
+    {
+        return SCompareKeyTexts(a.text, a.length, b, Size(b));
+    }
 
 private:
     static size_t Size(const SString& text) { return static_cast<size_t>(text.Length()); }
@@ -152,7 +155,8 @@ public:
         try {
             for (const P& pair : pairs)
                 Set(pair.key, pair.value);
-        } catch (...) {
+        }
+        catch (...) {
             FreeTree();
             throw;
         }
@@ -259,8 +263,9 @@ protected:
     {
         Entry* entry = BuyEntry(place.parent, kRed);
         try {
-            ::new (entry->Payload()) P { key, std::forward<Value>(value) };
-        } catch (...) {
+            ::new (entry->Payload()) P{ key, std::forward<Value>(value) };
+        }
+        catch (...) {
             FreeEntry(entry);
             throw;
         }
@@ -274,10 +279,7 @@ protected:
         char* block = pool ? static_cast<char*>(pool->TryAlloc()) : nullptr;
         return block ? reinterpret_cast<Entry*>(block + Lead()) : nullptr;
     }
-    void FreeEntry(Entry* entry) override
-    {
-        Pool()->Free(reinterpret_cast<char*>(entry) - Lead());
-    }
+    void FreeEntry(Entry* entry) override { Pool()->Free(reinterpret_cast<char*>(entry) - Lead()); }
     void DestroyPayload(void* payload) override { static_cast<P*>(payload)->~P(); }
     void CopyPayload([[maybe_unused]] void* payload, [[maybe_unused]] const void* value) override
     {
@@ -289,14 +291,18 @@ protected:
     {
         return C::Compare(*reinterpret_cast<const K*>(a), *reinterpret_cast<const K*>(b));
     }
-    Key GetKey(const void* payload) const override { return reinterpret_cast<Key>(&static_cast<const P*>(payload)->key); }
+    Key GetKey(const void* payload) const override
+    {
+        return reinterpret_cast<Key>(&static_cast<const P*>(payload)->key);
+    }
 
 private:
     // Blocks of a pool stand 4 bytes behind a multiple of 8 where a pointer has 4; what wants 8 is moved on by that. A
     // function, because a value may hold a map of its own kind and is not complete while this class is.
     static constexpr unsigned Lead()
     {
-        static_assert(alignof(P) <= 8, "a pair in a map is aligned to 8 bytes at most: keep it behind a pointer");
+        static_assert(alignof(P) <= 8,
+                      "a pair in a map is aligned to 8 bytes at most: keep it behind a pointer");
         return alignof(P) > sizeof(void*) ? 4 : 0;
     }
 
@@ -304,7 +310,7 @@ private:
     // by the code of one and freed by that of another.
     static SFixedAlloc* Pool()
     {
-        static std::atomic<SFixedAlloc*> s_pool { nullptr };
+        static std::atomic<SFixedAlloc*> s_pool{ nullptr };
         SFixedAlloc* pool = s_pool.load(std::memory_order_relaxed);
         if (S_UNLIKELY(!pool)) {
             pool = SEntryPool(sizeof(Entry) + sizeof(P) + 2 * Lead());
@@ -333,7 +339,8 @@ private:
     {
         Place place;
         if (Entry* entry = Search(key, place)) {
-            PairOf(entry).value = std::forward<Value>(value);   // assigned, not rebuilt: it may throw and loses nothing
+            PairOf(entry).value =
+                std::forward<Value>(value); // assigned, not rebuilt: it may throw and loses nothing
             return false;
         }
         Add(place, key, std::forward<Value>(value));
@@ -353,8 +360,7 @@ private:
         /// From iterator to const_iterator.
         template <class Other, class = std::enable_if_t<std::is_convertible_v<Other*, Pair*>>>
         Cursor(const Cursor<Other>& other) noexcept : m_map(other.m_map), m_entry(other.m_entry)
-        {
-        }
+        {}
 
         reference operator*() const { return PairOf(m_entry); }
         pointer operator->() const { return &PairOf(m_entry); }

@@ -36,9 +36,9 @@ struct SStringData {
     /// Reserved values of `refs`; any other is the number of strings that share the buffer.
     enum { kStaticEmpty = -1, kLocked = -2 };
 
-    long refs;          ///< changed only by interlocked increment and decrement while the buffer is shared
-    long length;        ///< characters, without the terminator
-    long capacity;      ///< characters that fit, without the terminator
+    long refs;     ///< changed only by interlocked increment and decrement while the buffer is shared
+    long length;   ///< characters, without the terminator
+    long capacity; ///< characters that fit, without the terminator
 
     wchar_t* Text() { return reinterpret_cast<wchar_t*>(this + 1); }
     const wchar_t* Text() const { return reinterpret_cast<const wchar_t*>(this + 1); }
@@ -160,8 +160,14 @@ public:
         return m_text[position];
     }
     /// The text. The pointer is dead after the next edit or the end of the string.
-    operator const wchar_t*() const { return m_text; }
-    explicit operator std::wstring_view() const { return { m_text, static_cast<size_t>(Length()) }; }
+    operator const wchar_t*() const
+    {
+        return m_text;
+    }
+    explicit operator std::wstring_view() const
+    {
+        return { m_text, static_cast<size_t>(Length()) };
+    }
 
     /// The text, after a look at the guard: the unit at index Capacity() is NUL in every healthy buffer. When it is not,
     /// somebody wrote past the buffer: the process-wide overflow flag is set (SHasStringBufferOverflow), the block is
@@ -173,7 +179,10 @@ public:
     /// The text from a position on; negative counts as 0, beyond the end as the end.
     const wchar_t* GetPointerAt(int position) const;
     /// The buffer for writing, without detaching it and without any check: every string that shares it changes.
-    wchar_t* GetUnsafePointer() { return m_text; }
+    wchar_t* GetUnsafePointer()
+    {
+        return m_text;
+    }
 
     // ---- Buffer access: a raw buffer for calls that fill one ----
     // Lock, fill, unlock. A locked buffer belongs to this string alone (copies of the string copy the text). All Lock
@@ -183,16 +192,28 @@ public:
     wchar_t* LockTchar(int n = 0);
     /// As LockTchar; the length becomes `n` (the one chosen) and a NUL stands there.
     wchar_t* LockBuffer(int n = 0);
-    wchar_t* LockBufferTchar(int n = 0) { return LockBuffer(n); }
-    wchar_t* Lock(int n = 0) { return LockTchar(n); }
+    wchar_t* LockBufferTchar(int n = 0)
+    {
+        return LockBuffer(n);
+    }
+    wchar_t* Lock(int n = 0)
+    {
+        return LockTchar(n);
+    }
     /// As LockBuffer; `n` of 0 or less locks a buffer of one character with an empty text.
     wchar_t* GetBufferSetLength(int n);
-    wchar_t* GetBufferSetTcharLength(int n) { return GetBufferSetLength(n); }
+    wchar_t* GetBufferSetTcharLength(int n)
+    {
+        return GetBufferSetLength(n);
+    }
 
     /// Ends a lock. The length becomes `n` when that lies in 0..Capacity() and no NUL comes earlier, else the text is
     /// measured. An empty text lets the buffer go. A string that is not locked is left as it is.
     void UnlockTchar(int n = -1);
-    void Unlock(int n = -1) { UnlockTchar(n); }
+    void Unlock(int n = -1)
+    {
+        UnlockTchar(n);
+    }
     /// As UnlockTchar, but 0 stands for the stored length.
     void UnlockBuffer(int n = 0);
 
@@ -330,19 +351,19 @@ public:
 
     // ---- Classification: true when the text is not empty and ... ----
 
-    bool IsASCII() const;                   ///< all characters are below 128
-    bool IsAlpha() const;                   ///< all are letters (the system's classes, here and below)
-    bool IsAlphaNum() const;                ///< all are letters or digits
-    bool IsDigit() const;                   ///< all are decimal digits of any script
-    bool IsXDigit() const;                  ///< all are 0-9, a-f or A-F
-    bool IsHexa() const;                    ///< "0x" or "0X" and at least one such digit
-    bool IsInteger() const;                 ///< an optional sign and digits 0-9
-    bool IsNumber() const;                  ///< an integer, or a decimal with point and/or exponent: "-1.5e3", ".5", "5."
-    bool IsLower() const;                   ///< all are lower-case letters
-    bool IsUpper() const;                   ///< all are upper-case letters
-    bool IsWhitespace() const;              ///< all are white space
-    bool IsRtf() const;                     ///< it begins with "{\rtf"
-    bool IsRtfText() const;                 ///< the same after leading white space
+    bool IsASCII() const;      ///< all characters are below 128
+    bool IsAlpha() const;      ///< all are letters (the system's classes, here and below)
+    bool IsAlphaNum() const;   ///< all are letters or digits
+    bool IsDigit() const;      ///< all are decimal digits of any script
+    bool IsXDigit() const;     ///< all are 0-9, a-f or A-F
+    bool IsHexa() const;       ///< "0x" or "0X" and at least one such digit
+    bool IsInteger() const;    ///< an optional sign and digits 0-9
+    bool IsNumber() const;     ///< an integer, or a decimal with point and/or exponent: "-1.5e3", ".5", "5."
+    bool IsLower() const;      ///< all are lower-case letters
+    bool IsUpper() const;      ///< all are upper-case letters
+    bool IsWhitespace() const; ///< all are white space
+    bool IsRtf() const;        ///< it begins with "{\rtf"
+    bool IsRtfText() const;    ///< the same after leading white space
     /// ... the ANSI code page holds every character exactly.
     bool CanConvertToMBCS() const;
 
@@ -382,8 +403,14 @@ public:
     // ---- Iteration ----
 
     /// The characters, for range-for and <algorithm>.
-    const wchar_t* begin() const { return m_text; }
-    const wchar_t* end() const { return m_text + Length(); }
+    const wchar_t* begin() const
+    {
+        return m_text;
+    }
+    const wchar_t* end() const
+    {
+        return m_text + Length();
+    }
 
     // Cursors that remember their string; see striter.h.
     class const_iterator;
@@ -402,12 +429,21 @@ protected:
     // ---- Internals, for derived classes ----
     // Where a member takes a text, it may lie inside the string itself.
 
-    SStringData* GetData() const { return reinterpret_cast<SStringData*>(m_text) - 1; }
+    SStringData* GetData() const
+    {
+        return reinterpret_cast<SStringData*>(m_text) - 1;
+    }
     /// The empty buffer, whose text nobody may write.
-    static wchar_t* EmptyText() { return const_cast<wchar_t*>(&g_emptyString.nul); }
+    static wchar_t* EmptyText()
+    {
+        return const_cast<wchar_t*>(&g_emptyString.nul);
+    }
 
     /// For constructors: the string holds no buffer yet.
-    void Init() { m_text = EmptyText(); }
+    void Init()
+    {
+        m_text = EmptyText();
+    }
     void Init(const wchar_t* text, int n);
     void Init(const char* text);
     /// A private buffer of length `n`, text undefined but for the NULs at n and at the capacity; empty for 0 or less. The
@@ -438,9 +474,18 @@ protected:
     static void Release(SStringData* data) noexcept;
     /// Gives a block back to its pool or the heap, whatever its count says.
     static void FreeData(SStringData* data) noexcept;
-    void SetNull() noexcept { Release(); }
-    void SetNull_() noexcept { Release(); }
-    void Done() noexcept { Release(); }
+    void SetNull() noexcept
+    {
+        Release();
+    }
+    void SetNull_() noexcept
+    {
+        Release();
+    }
+    void Done() noexcept
+    {
+        Release();
+    }
     /// Asks the eight pools for their unused chunks.
     static void FreeUnused() noexcept;
 
@@ -453,10 +498,22 @@ private:
         const wchar_t* text;
         size_t length;
     };
-    static Piece AsPiece(const SString& text) { return { text, static_cast<size_t>(text.Length()) }; }
-    static Piece AsPiece(std::wstring_view text) { return { text.data(), text.size() }; }
-    static Piece AsPiece(const wchar_t* text) { return { text, SSafeStrLen(text) }; }
-    static Piece AsPiece(const wchar_t& c) { return { &c, c ? 1u : 0u }; }
+    static Piece AsPiece(const SString& text)
+    {
+        return { text, static_cast<size_t>(text.Length()) };
+    }
+    static Piece AsPiece(std::wstring_view text)
+    {
+        return { text.data(), text.size() };
+    }
+    static Piece AsPiece(const wchar_t* text)
+    {
+        return { text, SSafeStrLen(text) };
+    }
+    static Piece AsPiece(const wchar_t& c)
+    {
+        return { &c, c ? 1u : 0u };
+    }
     static SString ConcatPieces(const Piece* pieces, int count);
 
     void CopySpecially(const SString& other);
@@ -548,24 +605,78 @@ inline SString operator+(SString&& left, const char* right)
 }
 
 // Comparisons are Compare's: by code units, a null pointer equals the empty text.
-inline bool operator==(const SString& a, const SString& b) { return a.Compare(b) == 0; }
-inline bool operator!=(const SString& a, const SString& b) { return a.Compare(b) != 0; }
-inline bool operator<(const SString& a, const SString& b) { return a.Compare(b) < 0; }
-inline bool operator>(const SString& a, const SString& b) { return a.Compare(b) > 0; }
-inline bool operator<=(const SString& a, const SString& b) { return a.Compare(b) <= 0; }
-inline bool operator>=(const SString& a, const SString& b) { return a.Compare(b) >= 0; }
-inline bool operator==(const wchar_t* a, const SString& b) { return b.Compare(a) == 0; }
-inline bool operator!=(const wchar_t* a, const SString& b) { return b.Compare(a) != 0; }
-inline bool operator<(const wchar_t* a, const SString& b) { return b.Compare(a) > 0; }
-inline bool operator>(const wchar_t* a, const SString& b) { return b.Compare(a) < 0; }
-inline bool operator<=(const wchar_t* a, const SString& b) { return b.Compare(a) >= 0; }
-inline bool operator>=(const wchar_t* a, const SString& b) { return b.Compare(a) <= 0; }
-inline bool operator==(const SString& a, const wchar_t* b) { return a.Compare(b) == 0; }
-inline bool operator!=(const SString& a, const wchar_t* b) { return a.Compare(b) != 0; }
-inline bool operator<(const SString& a, const wchar_t* b) { return a.Compare(b) < 0; }
-inline bool operator>(const SString& a, const wchar_t* b) { return a.Compare(b) > 0; }
-inline bool operator<=(const SString& a, const wchar_t* b) { return a.Compare(b) <= 0; }
-inline bool operator>=(const SString& a, const wchar_t* b) { return a.Compare(b) >= 0; }
+inline bool operator==(const SString& a, const SString& b)
+{
+    return a.Compare(b) == 0;
+}
+inline bool operator!=(const SString& a, const SString& b)
+{
+    return a.Compare(b) != 0;
+}
+inline bool operator<(const SString& a, const SString& b)
+{
+    return a.Compare(b) < 0;
+}
+inline bool operator>(const SString& a, const SString& b)
+{
+    return a.Compare(b) > 0;
+}
+inline bool operator<=(const SString& a, const SString& b)
+{
+    return a.Compare(b) <= 0;
+}
+inline bool operator>=(const SString& a, const SString& b)
+{
+    return a.Compare(b) >= 0;
+}
+inline bool operator==(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) == 0;
+}
+inline bool operator!=(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) != 0;
+}
+inline bool operator<(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) > 0;
+}
+inline bool operator>(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) < 0;
+}
+inline bool operator<=(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) >= 0;
+}
+inline bool operator>=(const wchar_t* a, const SString& b)
+{
+    return b.Compare(a) <= 0;
+}
+inline bool operator==(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) == 0;
+}
+inline bool operator!=(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) != 0;
+}
+inline bool operator<(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) < 0;
+}
+inline bool operator>(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) > 0;
+}
+inline bool operator<=(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) <= 0;
+}
+inline bool operator>=(const SString& a, const wchar_t* b)
+{
+    return a.Compare(b) >= 0;
+}
 
 /// 1 when a string buffer overflow has been detected in this process (see SString::PszStr), else 0. Never goes back.
 CVCORE_API int SHasStringBufferOverflow() noexcept;
@@ -575,7 +686,8 @@ CVCORE_API SDump& operator<<(SDump& dump, const SString& text);
 
 /// Writes the text to a wide stream, with the stream's width and fill.
 template <class Traits>
-std::basic_ostream<wchar_t, Traits>& operator<<(std::basic_ostream<wchar_t, Traits>& stream, const SString& text)
+std::basic_ostream<wchar_t, Traits>& operator<<(std::basic_ostream<wchar_t, Traits>& stream,
+                                                const SString& text)
 {
     return stream << std::basic_string_view<wchar_t, Traits>(text, static_cast<size_t>(text.Length()));
 }

@@ -38,7 +38,7 @@ protected:
 
     struct Entry {
         Entry* left;
-        Entry* parent;          ///< null at the root
+        Entry* parent; ///< null at the root
         Entry* right;
         _Redbl color;
 

@@ -33,8 +33,7 @@ public:
     /// At an index, which is brought into 0..Length().
     explicit const_iterator(const SString& string, int index = 0) noexcept
         : m_string(&string), m_at(string.GetPointerAt(index))
-    {
-    }
+    {}
 
     /// The character; the terminator at the end.
     reference operator*() const { return *m_at; }
@@ -125,9 +124,9 @@ protected:
     void SetEnd() { SetPiece(nullptr, nullptr, nullptr); }
 
     SString m_text;
-    const wchar_t* m_first;         // the piece
+    const wchar_t* m_first; // the piece
     const wchar_t* m_last;
-    const wchar_t* m_next;          // where the search for the next one begins; null when there is none
+    const wchar_t* m_next; // where the search for the next one begins; null when there is none
 };
 
 /// Lines. A line ends with LF, CR or CR LF, which do not belong to it; a line end at the end of the text opens no further

@@ -27,10 +27,10 @@ namespace SStringMapDetail {
 typedef void (*TakePair)(void* map, const SString& key, const SString& value);
 
 // The one-line form, for the four maps.
-CVCORE_API int ReadList(const SString& list, const SString& separators, wchar_t escape, wchar_t divider, TakePair take,
-                        void* map);
-CVCORE_API void AppendToList(SStringBuffer& out, const SString& text, const SString& escape, const SString& separator,
-                             const SString& divider);
+CVCORE_API int ReadList(const SString& list, const SString& separators, wchar_t escape, wchar_t divider,
+                        TakePair take, void* map);
+CVCORE_API void AppendToList(SStringBuffer& out, const SString& text, const SString& escape,
+                             const SString& separator, const SString& divider);
 
 /// AddFromList and GetAsList over any of the maps.
 template <class Map>
@@ -74,7 +74,8 @@ public:
 } // namespace SStringMapDetail
 
 /// Strings by string, in the order of the keys' code units.
-class CVCORE_API SStringMap : public SMap<SString, SString>, public SStringMapDetail::WithListForm<SStringMap> {
+class CVCORE_API SStringMap : public SMap<SString, SString>,
+                              public SStringMapDetail::WithListForm<SStringMap> {
 public:
     using SMap::SMap;
 };
@@ -178,7 +179,8 @@ private:
         Entry** slot = static_cast<Entry**>(m_order.NewAt(Count()));
         try {
             return *slot = Base::Add(place, key, value);
-        } catch (...) {
+        }
+        catch (...) {
             m_order.Remove(Count());
             throw;
         }
@@ -208,8 +210,7 @@ private:
         /// From iterator to const_iterator.
         template <class Other, class = std::enable_if_t<std::is_convertible_v<Other*, Pair*>>>
         Cursor(const Cursor<Other>& other) noexcept : m_place(other.m_place)
-        {
-        }
+        {}
 
         reference operator*() const { return Base::PairOf(*m_place); }
         pointer operator->() const { return &Base::PairOf(*m_place); }
@@ -247,6 +248,7 @@ class CVCORE_API SStringUnsortedMap : public SUnsortedMap<SAsc<SString>>,
 
 /// The same with keys that differ only in case being one key, which keeps the case it was added with.
 class CVCORE_API SStringUnsortedMapNoCase : public SUnsortedMap<SAscNoCase>,
-                                            public SStringMapDetail::WithListForm<SStringUnsortedMapNoCase> {};
+                                            public SStringMapDetail::WithListForm<SStringUnsortedMapNoCase> {
+};
 
 #endif

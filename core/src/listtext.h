@@ -19,8 +19,7 @@ public:
     /// replace. An escape of NUL is none.
     ListReader(const SString& list, const SString& separators, wchar_t escape)
         : m_list(list), m_separators(separators), m_escape(escape), m_at(m_list.begin()), m_end(m_list.end())
-    {
-    }
+    {}
     ListReader(const ListReader&) = delete;
     ListReader& operator=(const ListReader&) = delete;
 

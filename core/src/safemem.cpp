@@ -214,14 +214,12 @@ const wchar_t* SSafeMemRChr(const wchar_t* text, size_t length, wchar_t c)
     return text ? TextKern::FindLastChar(text, length, c) : nullptr;
 }
 
-const wchar_t* SSafeMemStr(const wchar_t* text, size_t length, const wchar_t* wanted,
-                           size_t wantedLength)
+const wchar_t* SSafeMemStr(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength)
 {
     return text ? TextKern::FindPart(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }
 
-const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const wchar_t* wanted,
-                            size_t wantedLength)
+const wchar_t* SSafeMemIStr(const wchar_t* text, size_t length, const wchar_t* wanted, size_t wantedLength)
 {
     return text ? TextKern::FindPartNoCase(text, length, wanted, wanted ? wantedLength : 0) : nullptr;
 }

@@ -23,12 +23,15 @@ constexpr unsigned long kBlocksWorthAPage = 17;
 // What the heap keeps for itself at the end of a page or granule.
 constexpr unsigned long kHeapReserve = 16;
 
-std::atomic<unsigned long> g_totalBytes { 0 };
-std::atomic<unsigned long> g_idleThreshold { 0 };
+std::atomic<unsigned long> g_totalBytes{ 0 };
+std::atomic<unsigned long> g_idleThreshold{ 0 };
 
 class SectionGuard {
 public:
-    explicit SectionGuard(CRITICAL_SECTION& section) : m_section(section) { ::EnterCriticalSection(&m_section); }
+    explicit SectionGuard(CRITICAL_SECTION& section) : m_section(section)
+    {
+        ::EnterCriticalSection(&m_section);
+    }
     ~SectionGuard() { ::LeaveCriticalSection(&m_section); }
     SectionGuard(const SectionGuard&) = delete;
     SectionGuard& operator=(const SectionGuard&) = delete;
@@ -56,7 +59,7 @@ NamedPools& Named()
 bool IsProcessEnding() noexcept
 {
     typedef BOOLEAN(WINAPI * Query)();
-    static std::atomic<Query> query { nullptr };
+    static std::atomic<Query> query{ nullptr };
     Query ask = query.load(std::memory_order_relaxed);
     if (!ask) {
         HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
@@ -94,7 +97,7 @@ Node* Merge(Node* a, Node* b)
 template <class Node>
 Node* SortByAddress(Node* list)
 {
-    Node* bins[32] = {};    // bins[i] holds a sorted list of 2^i runs, or nothing
+    Node* bins[32] = {}; // bins[i] holds a sorted list of 2^i runs, or nothing
     while (list) {
         Node* run = list;
         Node* last = run;
@@ -155,7 +158,7 @@ void SIdleConsumerList::Remove(SIdleConsumer* consumer)
     SectionGuard guard(m_lock);
     for (int i = 0; i < m_count; ++i) {
         if (m_consumers[i] == consumer) {
-            m_consumers[i] = nullptr;       // a running OnIdle must not see places move
+            m_consumers[i] = nullptr; // a running OnIdle must not see places move
             Compact();
             return;
         }
@@ -205,7 +208,8 @@ void SIdleConsumerList::Compact()
 
 // ---- SIdleConsumer ----
 
-SIdleConsumer::SIdleConsumer(SIdleConsumerList* list) : m_idleList(list ? list : &SIdleConsumerList::Process())
+SIdleConsumer::SIdleConsumer(SIdleConsumerList* list)
+    : m_idleList(list ? list : &SIdleConsumerList::Process())
 {
     m_idleList->Add(this);
 }
@@ -258,14 +262,15 @@ void SPlex::FreeChain(SPlex* head) noexcept
 void SPoolLock::EnterContended(CRITICAL_SECTION& queue) noexcept
 {
     if (IsProcessEnding())
-        return;     // the last thread is running: whoever holds the lock is gone
+        return; // the last thread is running: whoever holds the lock is gone
     // Holders leave within some instructions, or within one heap call: poll first, then give the processor away, then
     // sleep, so that a holder of lower priority gets its turn too.
     constexpr unsigned kPolls = 200;
     constexpr unsigned kYields = 2000;
     ::EnterCriticalSection(&queue);
     for (unsigned tries = 0;; ++tries) {
-        if (m_taken.load(std::memory_order_relaxed) == 0 && m_taken.exchange(1, std::memory_order_acquire) == 0)
+        if (m_taken.load(std::memory_order_relaxed) == 0 &&
+            m_taken.exchange(1, std::memory_order_acquire) == 0)
             break;
         if (tries < kPolls)
             YieldProcessor();
@@ -325,9 +330,17 @@ struct SAllocLayout {
 
 SFixedAlloc::SFixedAlloc(unsigned long elementBytes, unsigned long blocksPerChunk, const wchar_t* name,
                          SIdleConsumerList* list)
-    : SIdleConsumer(list), m_elementSize((elementBytes + sizeof(Block) - 1) & ~(sizeof(Block) - 1)), m_blocksPerChunk(blocksPerChunk),
-      m_chunks(nullptr), m_free(nullptr), m_freedCount(0), m_bytes(kNoAccounting), m_inUse(0), m_name(),
-      m_bad(nullptr), m_nextNamed(nullptr)
+    : SIdleConsumer(list),
+      m_elementSize((elementBytes + sizeof(Block) - 1) & ~(sizeof(Block) - 1)),
+      m_blocksPerChunk(blocksPerChunk),
+      m_chunks(nullptr),
+      m_free(nullptr),
+      m_freedCount(0),
+      m_bytes(kNoAccounting),
+      m_inUse(0),
+      m_name(),
+      m_bad(nullptr),
+      m_nextNamed(nullptr)
 {
     if (m_elementSize == 0)
         m_elementSize = sizeof(Block);
@@ -347,8 +360,7 @@ SFixedAlloc::SFixedAlloc(unsigned long elementBytes, unsigned long blocksPerChun
 SFixedAlloc::SFixedAlloc(const SFixedAlloc& other)
     : SFixedAlloc(other.m_elementSize, other.m_blocksPerChunk, other.Accounts() ? other.m_name : nullptr,
                   other.m_idleList)
-{
-}
+{}
 
 SFixedAlloc::~SFixedAlloc()
 {
@@ -501,7 +513,8 @@ unsigned long SFixedAlloc::CountChunks() const noexcept
 
 // Follows the free list as far as its links can be trusted. `found` tells whether `wanted` stands in that part,
 // `lastSound` is the last block whose link was not followed to the end: null when already the head is wrong.
-SFixedAlloc::ListFinding SFixedAlloc::WalkFreeList(const void* wanted, bool* found, Block** lastSound) const noexcept
+SFixedAlloc::ListFinding SFixedAlloc::WalkFreeList(const void* wanted, bool* found,
+                                                   Block** lastSound) const noexcept
 {
     unsigned long left = CountChunks() * m_blocksPerChunk;
     *found = false;
@@ -618,7 +631,8 @@ void SFixedAlloc::InitBlocksPerChunk() noexcept
         ::GetSystemInfo(&info);
         return info;
     }();
-    m_blocksPerChunk = ComputeBlocksPerChunk(m_elementSize, system.dwPageSize, system.dwAllocationGranularity);
+    m_blocksPerChunk =
+        ComputeBlocksPerChunk(m_elementSize, system.dwPageSize, system.dwAllocationGranularity);
 }
 
 unsigned long SFixedAlloc::ComputeBlocksPerChunk(unsigned long elementBytes, unsigned long pageBytes,

@@ -13,7 +13,8 @@ namespace {
 
 constexpr wchar_t kLocationFormat[] = L"\nThrown from:\n %hs(%i): %hs";
 constexpr int kLocationRoom = 1074;
-constexpr wchar_t kLocationNotKept[] = L"\nThrown from:\n (too many places ran out of memory to keep this one)";
+constexpr wchar_t kLocationNotKept[] =
+    L"\nThrown from:\n (too many places ran out of memory to keep this one)";
 constexpr wchar_t kResultText[] = L"\n    HRESULT = 0x%0.8X";
 constexpr wchar_t kOutOfMemoryText[] = L"\n    HRESULT = 0x8007000E";
 constexpr wchar_t kMeaningIndent[] = L"\n    ";
@@ -21,8 +22,8 @@ constexpr wchar_t kMeaningIndent[] = L"\n    ";
 // Formats a location into a buffer of kLocationRoom characters, cut at its last one. Allocates nothing.
 int FormatLocation(wchar_t* buffer, const char* function, const char* file, unsigned long line)
 {
-    const int length = ::_snwprintf(buffer, kLocationRoom, kLocationFormat, file ? file : "", static_cast<int>(line),
-                                    function ? function : "");
+    const int length = ::_snwprintf(buffer, kLocationRoom, kLocationFormat, file ? file : "",
+                                    static_cast<int>(line), function ? function : "");
     buffer[kLocationRoom - 1] = L'\0';
     return length >= 0 && length < kLocationRoom ? length : kLocationRoom - 1;
 }
@@ -31,8 +32,8 @@ int FormatLocation(wchar_t* buffer, const char* function, const char* file, unsi
 struct KeptLocation {
     enum State : long { kFree, kFilling, kReady };
 
-    std::atomic<long> state { kFree };
-    SStringData data { 1, 0, kLocationRoom - 1 };
+    std::atomic<long> state{ kFree };
+    SStringData data{ 1, 0, kLocationRoom - 1 };
     wchar_t text[kLocationRoom] = {};
 };
 static_assert(offsetof(KeptLocation, text) == offsetof(KeptLocation, data) + sizeof(SStringData),
@@ -42,7 +43,8 @@ KeptLocation g_locations[SEOutOfMemory::kLocations];
 struct {
     SStringData data;
     wchar_t text[sizeof kLocationNotKept / sizeof(wchar_t)];
-} g_notKept = { { 1, static_cast<long>(std::size(kLocationNotKept)) - 1, static_cast<long>(std::size(kLocationNotKept)) - 1 },
+} g_notKept = { { 1, static_cast<long>(std::size(kLocationNotKept)) - 1,
+                  static_cast<long>(std::size(kLocationNotKept)) - 1 },
                 L"\nThrown from:\n (too many places ran out of memory to keep this one)" };
 
 // The static buffer with this location. Threads that come here together may keep the same place twice; no harm.
@@ -65,7 +67,7 @@ SStringData* KeepLocation(const char* function, const char* file, unsigned long 
 }
 
 SRegisterGetResultFormat* g_firstFormat = nullptr;
-std::atomic<SDamageReporter> g_damageReporter { nullptr };
+std::atomic<SDamageReporter> g_damageReporter{ nullptr };
 
 void WriteDamage(const char* function, const char* file, unsigned long line, const wchar_t* text)
 {
@@ -77,7 +79,8 @@ void WriteDamage(const char* function, const char* file, unsigned long line, con
     const int bytes = ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, narrow, sizeof narrow, nullptr, nullptr);
     DWORD written;
     if (bytes > 1)
-        ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), narrow, static_cast<DWORD>(bytes - 1), &written, nullptr);
+        ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), narrow, static_cast<DWORD>(bytes - 1), &written,
+                    nullptr);
 }
 
 } // namespace
@@ -137,10 +140,11 @@ void SException::FmtDbgFileLine(const char* function, const char* file, unsigned
 
 SECOMException::SECOMException(const char* function, const char* file, unsigned long line, HRESULT result)
     : SException(function, file, line), m_result(result)
-{
-}
+{}
 
-SECOMException::SECOMException(const SString& location, HRESULT result) : SException(location), m_result(result) {}
+SECOMException::SECOMException(const SString& location, HRESULT result)
+    : SException(location), m_result(result)
+{}
 
 const wchar_t* SECOMException::GetText() const
 {
@@ -151,7 +155,8 @@ const wchar_t* SECOMException::GetText() const
             if (GetResultFormat(m_result, &meaning))
                 text += kMeaningIndent + meaning;
             m_message = std::move(text);
-        } catch (...) {
+        }
+        catch (...) {
             // Asking for the text of a failure must not fail in its turn.
         }
     }
@@ -167,8 +172,7 @@ const wchar_t* SECOMException::GetExceptionName() const
 
 SEOutOfMemory::SEOutOfMemory(const char* function, const char* file, unsigned long line)
     : SECOMException(SStaticText::Share(KeepLocation(function, file, line)), E_OUTOFMEMORY)
-{
-}
+{}
 
 const wchar_t* SEOutOfMemory::GetText() const
 {
@@ -223,7 +227,8 @@ void SReportDamage(const char* function, const char* file, unsigned long line, c
     try {
         const SDamageReporter reporter = g_damageReporter.load();
         (reporter ? reporter : WriteDamage)(function, file, line, text);
-    } catch (...) {
+    }
+    catch (...) {
         // The place that found the damage goes on with its work.
     }
 }

@@ -55,13 +55,13 @@ struct alignas(64) StringPool : SFixedAlloc {
 
 // Before every other static object of the library, and after the last of them is gone: they hold strings.
 __attribute__((init_priority(102))) StringPool g_pools[kClasses] = {
-    { BlockBytes(17), 128, L" Allocator Str17" },   { BlockBytes(33), 128, L" Allocator Str33" },
-    { BlockBytes(65), 64, L" Allocator Str65" },    { BlockBytes(129), 64, L" Allocator Str129" },
-    { BlockBytes(257), 64, L" Allocator Str257" },  { BlockBytes(513), 32, L" Allocator Str513" },
+    { BlockBytes(17), 128, L" Allocator Str17" },    { BlockBytes(33), 128, L" Allocator Str33" },
+    { BlockBytes(65), 64, L" Allocator Str65" },     { BlockBytes(129), 64, L" Allocator Str129" },
+    { BlockBytes(257), 64, L" Allocator Str257" },   { BlockBytes(513), 32, L" Allocator Str513" },
     { BlockBytes(1025), 16, L" Allocator Str1025" }, { BlockBytes(2049), 4, L" Allocator Str2049" },
 };
 
-std::atomic<unsigned long> g_largeBytes { 0 };
+std::atomic<unsigned long> g_largeBytes{ 0 };
 
 // Class of a text of 1 to 2049 characters: capacities are 2^k + 1, so the highest bit of (n - 2) tells.
 int ClassFor(int n)
@@ -76,7 +76,8 @@ constexpr int ClassCapacity(int index)
 }
 SFixedAlloc* PoolOf(long capacity)
 {
-    return capacity > kLargestCapacity ? nullptr : &g_pools[__builtin_ctz(static_cast<unsigned>(capacity - 1)) - 4];
+    return capacity > kLargestCapacity ? nullptr
+                                       : &g_pools[__builtin_ctz(static_cast<unsigned>(capacity - 1)) - 4];
 }
 
 int RoundUpLarge(int n)
@@ -158,8 +159,9 @@ int SumOfLengths(int a, int b)
 
 // ---- Guard ----
 
-constexpr wchar_t kOverflowMessage[] = L"A string buffer overflow has been detected!\n You should try to SAVE-AS your "
-                                       L"work TO ANOTHER FILE and exit application as soon as possible.";
+constexpr wchar_t kOverflowMessage[] =
+    L"A string buffer overflow has been detected!\n You should try to SAVE-AS your "
+    L"work TO ANOTHER FILE and exit application as soon as possible.";
 const char kConstPszSignature[] = "const wchar_t* SString::PszStr() const";
 const char kPszSignature[] = "wchar_t* SString::PszStr()";
 const char kUnlockTcharSignature[] = "void SString::UnlockTchar(int)";
@@ -169,7 +171,7 @@ constexpr unsigned long kPszLine = 6055;
 constexpr unsigned long kUnlockTcharLine = 2839;
 constexpr unsigned long kUnlockBufferLine = 3042;
 
-std::atomic<int> g_overflowSeen { 0 };
+std::atomic<int> g_overflowSeen{ 0 };
 
 void OverflowFound(SStringData* data, const char* signature, unsigned long line) noexcept
 {
@@ -469,7 +471,8 @@ void SString::ShrinkLarge() noexcept
         return;
     try {
         GrowLarge(data->length);
-    } catch (const SEOutOfMemory&) {
+    }
+    catch (const SEOutOfMemory&) {
         // The larger block is as good.
     }
 }

@@ -143,8 +143,14 @@ bool IsHuge(const char* first, const char* last)
 class DoublePrecision {
 public:
 #if S_TARGET_32BIT
-    DoublePrecision() : m_before(::_controlfp(0, 0)) { ::_controlfp(_PC_53, _MCW_PC); }
-    ~DoublePrecision() { ::_controlfp(m_before, _MCW_PC); }
+    DoublePrecision() : m_before(::_controlfp(0, 0))
+    {
+        ::_controlfp(_PC_53, _MCW_PC);
+    }
+    ~DoublePrecision()
+    {
+        ::_controlfp(m_before, _MCW_PC);
+    }
 
 private:
     unsigned m_before;
@@ -158,9 +164,10 @@ const wchar_t* const kTrueWords[] = { L"true", L"yes", L"on" };
 // Decimal digits, two a step, written towards the front; returns the first.
 wchar_t* WriteDigits(wchar_t* end, unsigned long number)
 {
-    static const char kPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
-                                 "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
-                                 "8081828384858687888990919293949596979899";
+    static const char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
     while (number >= 100) {
         const char* pair = kPairs + 2 * (number % 100);
         number /= 100;
@@ -203,7 +210,7 @@ SString::SString(double number)
         Init(kNotANumber, static_cast<int>(std::size(kNotANumber)) - 1);
         return;
     }
-    char narrow[32];    // the longest: sign, 17 digits, point, "e-308"
+    char narrow[32]; // the longest: sign, 17 digits, point, "e-308"
     const char* const last = std::to_chars(narrow, narrow + sizeof narrow, number).ptr;
     wchar_t wide[sizeof narrow];
     std::copy(narrow, const_cast<char*>(last), wide);
@@ -230,7 +237,8 @@ long SString::ToLONG(int base) const
 unsigned long SString::ToULONG(int base) const
 {
     const Whole number = ReadWhole(m_text, base);
-    return number.negative ? 0 : static_cast<unsigned long>(std::min<unsigned long long>(number.size, ULONG_MAX));
+    return number.negative ? 0
+                           : static_cast<unsigned long>(std::min<unsigned long long>(number.size, ULONG_MAX));
 }
 
 double SString::ToDouble() const
@@ -337,8 +345,8 @@ bool SString::CanConvertToMBCS() const
     BOOL replaced = FALSE;
     // Code pages that hold every character take neither the flag nor the question; there only lone surrogates are lost.
     if (::GetACP() == CP_UTF8)
-        return !IsEmpty() && ::WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, m_text, Length(), nullptr, 0, nullptr,
-                                                   nullptr) > 0;
+        return !IsEmpty() && ::WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, m_text, Length(), nullptr,
+                                                   0, nullptr, nullptr) > 0;
     const int bytes =
         ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, m_text, Length(), nullptr, 0, nullptr, &replaced);
     return bytes > 0 && !replaced;
@@ -370,7 +378,8 @@ void SString::_ToUnicode(const char* text, int bytes)
         return;
     }
     SString wide;
-    if (std::all_of(text, text + length, [](char c) { return static_cast<signed char>(c) >= 0; }) && AnsiHoldsAscii()) {
+    if (std::all_of(text, text + length, [](char c) { return static_cast<signed char>(c) >= 0; }) &&
+        AnsiHoldsAscii()) {
         wide.AllocBuffer(static_cast<int>(length));
         std::copy(text, text + length, wide.m_text);
     } else {
@@ -403,7 +412,8 @@ bool SString::AnsiHoldsAscii()
 int SString::TryLoad(HINSTANCE module, unsigned id)
 {
     // A string table comes in blocks of 16 texts, each behind its length; block n holds the ids from 16 (n - 1) on.
-    HRSRC found = ::FindResourceW(module, MAKEINTRESOURCEW(id / 16 + 1), reinterpret_cast<LPCWSTR>(RT_STRING));
+    HRSRC found =
+        ::FindResourceW(module, MAKEINTRESOURCEW(id / 16 + 1), reinterpret_cast<LPCWSTR>(RT_STRING));
     HGLOBAL loaded = found ? ::LoadResource(module, found) : nullptr;
     const wchar_t* at = loaded ? static_cast<const wchar_t*>(::LockResource(loaded)) : nullptr;
     if (!at)

@@ -23,14 +23,23 @@ size_t Size(int n)
 struct OneChar {
     wchar_t c;
     size_t Leading(const wchar_t* text, size_t length) const { return TextKern::SpanChar(text, length, c); }
-    size_t Trailing(const wchar_t* text, size_t length) const { return TextKern::SpanCharBack(text, length, c); }
+    size_t Trailing(const wchar_t* text, size_t length) const
+    {
+        return TextKern::SpanCharBack(text, length, c);
+    }
 };
 struct CharSet {
     const wchar_t* set;
     size_t count;
     explicit CharSet(const wchar_t* text) : set(text), count(SSafeStrLen(text)) {}
-    size_t Leading(const wchar_t* text, size_t length) const { return TextKern::SpanSet(text, length, set, count); }
-    size_t Trailing(const wchar_t* text, size_t length) const { return TextKern::SpanSetBack(text, length, set, count); }
+    size_t Leading(const wchar_t* text, size_t length) const
+    {
+        return TextKern::SpanSet(text, length, set, count);
+    }
+    size_t Trailing(const wchar_t* text, size_t length) const
+    {
+        return TextKern::SpanSetBack(text, length, set, count);
+    }
 };
 
 enum Ends { kLeft = 1, kRight = 2, kBoth = 3 };
@@ -206,7 +215,7 @@ void SString::Splice(int position, int removed, const wchar_t* text, int n)
 {
     const int length = Length();
     if (n > kMaxLength - (length - removed))
-        n = kMaxLength + 1;     // AllocBuffer refuses it
+        n = kMaxLength + 1; // AllocBuffer refuses it
     const int result = length - removed + n;
     const int behind = length - removed - position;
     const bool isInside = n > 0 && text >= m_text && text <= m_text + length;
@@ -234,7 +243,8 @@ SString& SString::Insert(const wchar_t* text, int position)
 {
     const size_t length = SSafeStrLen(text);
     if (length > 0)
-        Splice(std::clamp(position, 0, Length()), 0, text, static_cast<int>(std::min<size_t>(length, kMaxLength)));
+        Splice(std::clamp(position, 0, Length()), 0, text,
+               static_cast<int>(std::min<size_t>(length, kMaxLength)));
     return *this;
 }
 
@@ -267,7 +277,7 @@ SString& SString::CutTo(int start, int length)
 
 SString& SString::Trim(wchar_t c)
 {
-    const Kept kept = Trimmed(*this, OneChar { c }, kBoth);
+    const Kept kept = Trimmed(*this, OneChar{ c }, kBoth);
     return CutTo(kept.start, kept.length);
 }
 SString& SString::Trim(const wchar_t* set)
@@ -277,7 +287,7 @@ SString& SString::Trim(const wchar_t* set)
 }
 SString& SString::TrimLeft(wchar_t c)
 {
-    const Kept kept = Trimmed(*this, OneChar { c }, kLeft);
+    const Kept kept = Trimmed(*this, OneChar{ c }, kLeft);
     return CutTo(kept.start, kept.length);
 }
 SString& SString::TrimLeft(const wchar_t* set)
@@ -287,8 +297,8 @@ SString& SString::TrimLeft(const wchar_t* set)
 }
 SString& SString::TrimRight(wchar_t c)
 {
-    static_cast<const SString*>(this)->PszStr();    // for its look at the guard
-    const Kept kept = Trimmed(*this, OneChar { c }, kRight);
+    static_cast<const SString*>(this)->PszStr(); // for its look at the guard
+    const Kept kept = Trimmed(*this, OneChar{ c }, kRight);
     return CutTo(kept.start, kept.length);
 }
 SString& SString::TrimRight(const wchar_t* set)
@@ -386,8 +396,8 @@ int SString::ReplaceEvery(FindInText find, const wchar_t* from, const wchar_t* t
         return 0;
     // Counted first, so that the result is built once in a buffer of its size.
     const size_t added = SSafeStrLen(to);
-    const unsigned long long length =
-        Length() + static_cast<unsigned long long>(count) * added - static_cast<unsigned long long>(count) * removed;
+    const unsigned long long length = Length() + static_cast<unsigned long long>(count) * added -
+                                      static_cast<unsigned long long>(count) * removed;
     SString fresh;
     fresh.AllocBuffer(length > kMaxLength ? kMaxLength + 1 : static_cast<int>(length));
     if (!fresh.IsEmpty()) {
@@ -408,7 +418,7 @@ int SString::ReplaceEvery(FindInText find, const wchar_t* from, const wchar_t* t
 
 SString& SString::Translate(const wchar_t* from, const wchar_t* to)
 {
-    const SString wanted(from), replacement(to);    // copies: the sets may stand in this string
+    const SString wanted(from), replacement(to); // copies: the sets may stand in this string
     const auto isWanted = [&wanted](wchar_t c) { return wanted.Find(c) != nullptr; };
     const int first = static_cast<int>(std::find_if(begin(), end(), isWanted) - begin());
     if (first == Length())
@@ -499,7 +509,7 @@ SString& SString::NoAccent()
         const wchar_t* const block = folded.m_text + start;
         ::GetStringTypeW(CT_CTYPE3, block, n, types);
         for (int i = 0; i < n; ++i) {
-            if ((types[i] & (C3_NONSPACING | C3_ALPHA)) != C3_NONSPACING)   // letters may be classed as marked
+            if ((types[i] & (C3_NONSPACING | C3_ALPHA)) != C3_NONSPACING) // letters may be classed as marked
                 *out++ = block[i];
         }
     }

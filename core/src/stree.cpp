@@ -14,7 +14,8 @@
 #if S_TARGET_32BIT
 struct STreeLayout : __STree {
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"     // this compiler defines it for classes with virtual members
+#pragma GCC diagnostic ignored                                                                               \
+    "-Winvalid-offsetof" // this compiler defines it for classes with virtual members
     static_assert(offsetof(__STree, m_count) == 4, "count follows the virtual table pointer");
     static_assert(offsetof(__STree, m_root) == 8, "root");
 #pragma GCC diagnostic pop
@@ -75,7 +76,8 @@ void __STree::AddCopy(Key key, const void* value)
         DestroyPayload(payload);
     try {
         CopyPayload(payload, value);
-    } catch (...) {
+    }
+    catch (...) {
         Abandon(EntryOf(payload));
         throw;
     }
@@ -105,7 +107,7 @@ void __STree::InsertFixup(Entry* entry)
 {
     while (entry->parent && entry->parent->color == kRed) {
         Entry* parent = entry->parent;
-        Entry* grandparent = parent->parent;        // a red entry is not the root
+        Entry* grandparent = parent->parent; // a red entry is not the root
         const bool side = parent == grandparent->right;
         Entry* uncle = grandparent->Link(!side);
         if (uncle && uncle->color == kRed) {
@@ -115,7 +117,7 @@ void __STree::InsertFixup(Entry* entry)
             entry = grandparent;
             continue;
         }
-        if (entry == parent->Link(!side)) {         // between parent and grandparent: turn it outwards
+        if (entry == parent->Link(!side)) { // between parent and grandparent: turn it outwards
             Rotate(parent, side);
             parent = entry;
         }
@@ -181,7 +183,7 @@ void __STree::SwapPosition(Entry* entry, Entry* successor)
         successor->right = entry;
     } else {
         right->parent = successor;
-        successor->parent->left = entry;        // the successor is the lowest of the right subtree
+        successor->parent->left = entry; // the successor is the lowest of the right subtree
         std::swap(entry->parent, successor->parent);
         std::swap(entry->right, successor->right);
     }
@@ -198,7 +200,7 @@ void __STree::DeleteFixup(Entry* entry)
     while (entry->parent && entry->color == kBlack) {
         Entry* const parent = entry->parent;
         const bool side = entry == parent->right;
-        Entry* sibling = parent->Link(!side);       // never null: its side has a black more
+        Entry* sibling = parent->Link(!side); // never null: its side has a black more
         if (sibling->color == kRed) {
             sibling->color = kBlack;
             parent->color = kRed;
@@ -297,7 +299,8 @@ __STree::Entry* __STree::CloneEntry(Entry* source, Entry* parent)
     Entry* const entry = BuyEntry(parent, source->color);
     try {
         CopyPayload(entry->Payload(), source->Payload());
-    } catch (...) {
+    }
+    catch (...) {
         FreeEntry(entry);
         throw;
     }
@@ -327,7 +330,8 @@ __STree& __STree::operator=(const __STree& other)
                 copy = copy->parent;
             }
         }
-    } catch (...) {
+    }
+    catch (...) {
         FreeEntries(root);
         throw;
     }
@@ -360,7 +364,7 @@ struct EntryPool {
 // The list of them only grows and takes no lock: making a pool takes the idle list's, and under that one run idle
 // consumers which may be the first to use a map themselves.
 struct EntryPools {
-    std::atomic<EntryPool*> first { nullptr };
+    std::atomic<EntryPool*> first{ nullptr };
 
     ~EntryPools()
     {
@@ -389,7 +393,8 @@ EntryPool* MakePool(unsigned long size) noexcept
     ::_snwprintf(name, std::size(name), kPoolName, size);
     try {
         return new EntryPool(size, name);
-    } catch (...) {
+    }
+    catch (...) {
         return nullptr;
     }
 }

@@ -81,7 +81,8 @@ int SString::Compare(const SString& text) const
 {
     if (m_text == text.m_text)
         return 0;
-    return TextKern::Compare(m_text, static_cast<size_t>(Length()), text.m_text, static_cast<size_t>(text.Length()));
+    return TextKern::Compare(m_text, static_cast<size_t>(Length()), text.m_text,
+                             static_cast<size_t>(text.Length()));
 }
 int SString::Compare(const wchar_t* text) const
 {
@@ -222,7 +223,8 @@ const wchar_t* SString::Find(const wchar_t* text) const
 }
 const wchar_t* SString::Find(const wchar_t* text, const wchar_t* from) const
 {
-    return IsInside(from) ? SSafeMemStr(from, static_cast<size_t>(end() - from), text, SSafeStrLen(text)) : nullptr;
+    return IsInside(from) ? SSafeMemStr(from, static_cast<size_t>(end() - from), text, SSafeStrLen(text))
+                          : nullptr;
 }
 const wchar_t* SString::FindNoCase(const wchar_t* text) const
 {
@@ -230,7 +232,8 @@ const wchar_t* SString::FindNoCase(const wchar_t* text) const
 }
 const wchar_t* SString::FindNoCase(const wchar_t* text, const wchar_t* from) const
 {
-    return IsInside(from) ? SSafeMemIStr(from, static_cast<size_t>(end() - from), text, SSafeStrLen(text)) : nullptr;
+    return IsInside(from) ? SSafeMemIStr(from, static_cast<size_t>(end() - from), text, SSafeStrLen(text))
+                          : nullptr;
 }
 
 const wchar_t* SString::ReverseFind(wchar_t c) const

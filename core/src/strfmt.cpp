@@ -21,20 +21,20 @@ enum class Size { kPlain, kChar, kShort, kWide, kLongLong };
 
 // One conversion of a format.
 struct Item {
-    bool left = false;          // flag "-"
-    bool plus = false;          // flag "+"
-    bool blank = false;         // flag " "
-    bool alternative = false;   // flag "#"
-    bool zeros = false;         // flag "0"
+    bool left = false;        // flag "-"
+    bool plus = false;        // flag "+"
+    bool blank = false;       // flag " "
+    bool alternative = false; // flag "#"
+    bool zeros = false;       // flag "0"
     int width = 0;
-    int precision = -1;         // -1: none given
+    int precision = -1; // -1: none given
     Size size = Size::kPlain;
     wchar_t type = L'\0';
 };
 
-constexpr int kMostDigits = 22;         // 64 bits in octal
+constexpr int kMostDigits = 22; // 64 bits in octal
 constexpr int kPointerDigits = 2 * sizeof(void*);
-constexpr int kLongestDouble = 330;     // the largest double in full: sign, 309 digits, point, and what "#" adds
+constexpr int kLongestDouble = 330; // the largest double in full: sign, 309 digits, point, and what "#" adds
 constexpr wchar_t kNull[] = L"(null)";
 
 // Where the text goes: beside the string while it is short, so that it takes a buffer of its own size in the end.
@@ -125,7 +125,7 @@ private:
         while (ReadFlag(item))
             ++m_at;
         item.width = ReadNumber();
-        if (item.width < 0) {       // only an argument can be: it means the flag and the width
+        if (item.width < 0) { // only an argument can be: it means the flag and the width
             item.left = true;
             item.width = item.width == INT_MIN ? INT_MAX : -item.width;
         }
@@ -136,7 +136,7 @@ private:
         item.size = ReadSize();
         item.type = *m_at;
         if (!item.type)
-            return;                 // an unfinished conversion at the end says nothing
+            return; // an unfinished conversion at the end says nothing
         ++m_at;
         Write(item);
     }
@@ -189,16 +189,26 @@ private:
     void Write(const Item& item)
     {
         switch (item.type) {
-        case L'd': case L'i': WriteSigned(item); break;
+        case L'd':
+        case L'i': WriteSigned(item); break;
         case L'u': WriteWhole(item, ReadUnsigned(item), 10, L""); break;
         case L'o': WriteWhole(item, ReadUnsigned(item), 8, L""); break;
         case L'x': WriteHex(item, L"0x"); break;
         case L'X': WriteHex(item, L"0X"); break;
         case L'p': WritePointer(item); break;
-        case L'c': case L'C': WriteCharacter(item); break;
-        case L's': case L'S': WriteText(item); break;
-        case L'e': case L'E': case L'f': case L'F': case L'g': case L'G': case L'a': case L'A': WriteDouble(item); break;
-        default: m_out.Put(item.type); break;       // "%%", and letters that mean nothing
+        case L'c':
+        case L'C': WriteCharacter(item); break;
+        case L's':
+        case L'S': WriteText(item); break;
+        case L'e':
+        case L'E':
+        case L'f':
+        case L'F':
+        case L'g':
+        case L'G':
+        case L'a':
+        case L'A': WriteDouble(item); break;
+        default: m_out.Put(item.type); break; // "%%", and letters that mean nothing
         }
     }
 
@@ -215,7 +225,8 @@ private:
 
     void WriteSigned(const Item& item)
     {
-        long long value = item.size == Size::kLongLong ? va_arg(m_arguments, long long) : va_arg(m_arguments, int);
+        long long value =
+            item.size == Size::kLongLong ? va_arg(m_arguments, long long) : va_arg(m_arguments, int);
         if (item.size == Size::kShort)
             value = static_cast<short>(value);
         else if (item.size == Size::kChar)
@@ -226,8 +237,9 @@ private:
 
     unsigned long long ReadUnsigned(const Item& item)
     {
-        const unsigned long long value =
-            item.size == Size::kLongLong ? va_arg(m_arguments, unsigned long long) : va_arg(m_arguments, unsigned);
+        const unsigned long long value = item.size == Size::kLongLong
+                                             ? va_arg(m_arguments, unsigned long long)
+                                             : va_arg(m_arguments, unsigned);
         return item.size == Size::kShort  ? static_cast<unsigned short>(value)
                : item.size == Size::kChar ? static_cast<unsigned char>(value)
                                           : value;
@@ -254,7 +266,7 @@ private:
         wchar_t digits[kMostDigits];
         wchar_t* const end = digits + kMostDigits;
         wchar_t* first = end;
-        if (value <= ULONG_MAX) {       // 64-bit division costs a call each on the 32-bit target
+        if (value <= ULONG_MAX) { // 64-bit division costs a call each on the 32-bit target
             for (unsigned long rest = static_cast<unsigned long>(value); rest != 0; rest /= base)
                 *--first = static_cast<wchar_t>(digitChars[rest % base]);
         } else {
@@ -265,7 +277,7 @@ private:
         const int prefixed = static_cast<int>(std::wcslen(prefix));
         int least = item.precision >= 0 ? item.precision : 1;
         if (base == 8 && item.alternative)
-            least = std::max(least, length + 1);        // "#" asks for a leading zero
+            least = std::max(least, length + 1); // "#" asks for a leading zero
         int zeros = std::max(least - length, 0);
         if (item.precision < 0 && item.zeros && !item.left)
             zeros = std::max(zeros, item.width - length - prefixed);
@@ -283,7 +295,8 @@ private:
     static bool IsNarrow(const Item& item)
     {
         const bool isSmall = item.type == L's' || item.type == L'c';
-        return item.size == Size::kShort || item.size == Size::kChar || (!isSmall && item.size != Size::kWide);
+        return item.size == Size::kShort || item.size == Size::kChar ||
+               (!isSmall && item.size != Size::kWide);
     }
 
     void WriteCharacter(const Item& item)
@@ -333,11 +346,12 @@ private:
     void WriteDouble(const Item& item)
     {
         const double value = va_arg(m_arguments, double);
-        wchar_t format[12];         // all flags, and "*.*" with the type
+        wchar_t format[12]; // all flags, and "*.*" with the type
         wchar_t* at = format;
         *at++ = L'%';
-        for (const auto& flag : { std::pair(item.left, L'-'), std::pair(item.plus, L'+'), std::pair(item.blank, L' '),
-                                  std::pair(item.alternative, L'#'), std::pair(item.zeros, L'0') }) {
+        for (const auto& flag :
+             { std::pair(item.left, L'-'), std::pair(item.plus, L'+'), std::pair(item.blank, L' '),
+               std::pair(item.alternative, L'#'), std::pair(item.zeros, L'0') }) {
             if (flag.first)
                 *at++ = flag.second;
         }
@@ -347,14 +361,16 @@ private:
         const long long room = kLongestDouble + std::max<long long>(item.width, std::max(item.precision, 6));
         wchar_t shortText[2 * kLongestDouble];
         if (room < static_cast<long long>(std::size(shortText))) {
-            const int n = ::_snwprintf(shortText, std::size(shortText), format, item.width, item.precision, value);
+            const int n =
+                ::_snwprintf(shortText, std::size(shortText), format, item.width, item.precision, value);
             m_out.Put(shortText, std::max(n, 0));
             return;
         }
         SString text;
         wchar_t* const buffer =
             text.LockTchar(static_cast<int>(std::min<long long>(room, SString::kMaxLength + 1ll)));
-        const int n = ::_snwprintf(buffer, static_cast<size_t>(text.Capacity()), format, item.width, item.precision, value);
+        const int n = ::_snwprintf(buffer, static_cast<size_t>(text.Capacity()), format, item.width,
+                                   item.precision, value);
         m_out.Put(buffer, std::max(n, 0));
     }
 
@@ -386,7 +402,7 @@ SString& SString::FormatV(const wchar_t* format, va_list arguments)
     }
     Sink out;
     Formatter(out, format, arguments).Run();
-    SString text = out.Take();      // only now: the arguments may point into this string
+    SString text = out.Take(); // only now: the arguments may point into this string
     swap(text);
     return *this;
 }
@@ -406,7 +422,8 @@ SString& SString::Format(unsigned formatId, ...)
     SString format;
     HMODULE library = nullptr;
     if (!format.TryLoad(nullptr, formatId) &&
-        ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                 GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                              reinterpret_cast<LPCWSTR>(&g_emptyString), &library))
         format.TryLoad(library, formatId);
     va_list arguments;

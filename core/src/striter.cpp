@@ -40,8 +40,7 @@ SStringCopyIterator::SStringCopyIterator(const SString& string, int index) : m_c
 
 SStringCopyIterator::SStringCopyIterator(const SStringCopyIterator& other)
     : SStringCopyIterator(other.m_copy, other.SaveState())
-{
-}
+{}
 
 SStringCopyIterator& SStringCopyIterator::operator=(const SStringCopyIterator& other)
 {

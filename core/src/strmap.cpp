@@ -5,12 +5,14 @@
 
 #if S_TARGET_32BIT
 static_assert(sizeof(SStringMap) == 12 && sizeof(SStringMapNoCase) == 12, "exactly the fields of the tree");
-static_assert(sizeof(SStringUnsortedMap) == 16 && sizeof(SStringUnsortedMapNoCase) == 16, "and the order table");
+static_assert(sizeof(SStringUnsortedMap) == 16 && sizeof(SStringUnsortedMapNoCase) == 16,
+              "and the order table");
 #endif
 
 namespace SStringMapDetail {
 
-int ReadList(const SString& list, const SString& separators, wchar_t escape, wchar_t divider, TakePair take, void* map)
+int ReadList(const SString& list, const SString& separators, wchar_t escape, wchar_t divider, TakePair take,
+             void* map)
 {
     ListReader reader(list, separators, escape);
     SString key, value;

@@ -31,16 +31,16 @@ struct BadInput {
 void Print(FILE* stream, const SString& text)
 {
     std::string narrow(static_cast<size_t>(text.LengthByte(CP_UTF8)), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text, text.Length(), narrow.data(), static_cast<int>(narrow.size()), nullptr,
-                          nullptr);
+    ::WideCharToMultiByte(CP_UTF8, 0, text, text.Length(), narrow.data(), static_cast<int>(narrow.size()),
+                          nullptr, nullptr);
     std::fwrite(narrow.data(), 1, narrow.size(), stream);
 }
 
 SString SystemMessage(DWORD code)
 {
     wchar_t text[256];
-    const DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                                          text, static_cast<DWORD>(std::size(text)), nullptr);
+    const DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                          code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
     return SString(text, static_cast<int>(length)).TrimRight(L". \r\n");
 }
 
@@ -48,12 +48,12 @@ std::string ReadBytes(const SString& path)
 {
     const DWORD attributes = ::GetFileAttributesW(path);
     if (attributes == INVALID_FILE_ATTRIBUTES)
-        throw BadInput { path + L": " + SystemMessage(::GetLastError()) };
+        throw BadInput{ path + L": " + SystemMessage(::GetLastError()) };
     if (attributes & FILE_ATTRIBUTE_DIRECTORY)
-        throw BadInput { path + L": this is a directory" };
+        throw BadInput{ path + L": this is a directory" };
     FILE* file = ::_wfopen(path, L"rb");
     if (!file)
-        throw BadInput { path + L": " + SystemMessage(::GetLastError()) };
+        throw BadInput{ path + L": " + SystemMessage(::GetLastError()) };
     std::string bytes;
     char chunk[1 << 16];
     for (size_t count; (count = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
@@ -61,7 +61,7 @@ std::string ReadBytes(const SString& path)
     const bool failed = std::ferror(file) != 0;
     std::fclose(file);
     if (failed)
-        throw BadInput { path + L": the file cannot be read to its end" };
+        throw BadInput{ path + L": the file cannot be read to its end" };
     return bytes;
 }
 
@@ -73,11 +73,12 @@ SString ReadText(const SString& path)
     const int length = static_cast<int>(bytes.size());
     const int units = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, nullptr, 0);
     if (units <= 0)
-        throw BadInput { path + L": this is not valid UTF-8" };
+        throw BadInput{ path + L": this is not valid UTF-8" };
     SString text;
-    ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.GetBufferSetLength(units), units);
+    ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.GetBufferSetLength(units),
+                          units);
     text.Unlock(units);
-    return text.TrimLeft(wchar_t { 0xFEFF });
+    return text.TrimLeft(wchar_t{ 0xFEFF });
 }
 
 /// The most frequent words first, equally frequent ones in the map's order.
@@ -94,9 +95,9 @@ STable<const WordCount*> Ranked(const WordCounts& counts)
 int PrintPool(const SPoolCounter& pool, void* context)
 {
     if (*pool.bytes != 0)
-        *static_cast<SStringBuffer*>(context) << SString().Format(L"  %-22s %8lu blocks of %4lu bytes in %9lu bytes\n",
-                                                                  SString(pool.name).Trim().PszStr(), *pool.inUse,
-                                                                  pool.blockBytes, *pool.bytes);
+        *static_cast<SStringBuffer*>(context) << SString().Format(
+            L"  %-22s %8lu blocks of %4lu bytes in %9lu bytes\n", SString(pool.name).Trim().PszStr(),
+            *pool.inUse, pool.blockBytes, *pool.bytes);
     return 1;
 }
 
@@ -125,13 +126,15 @@ int wmain(int count, wchar_t** arguments)
 {
     try {
         if (count < 2 || count > 3 || (count == 3 && !SString(arguments[2]).IsDigit()))
-            throw BadInput { L"usage: concordance FILE [HOW_MANY]" };
+            throw BadInput{ L"usage: concordance FILE [HOW_MANY]" };
         Print(stdout, Report(arguments[1], count == 3 ? SString(arguments[2]).ToLONG() : kUsualRows));
         return kDone;
-    } catch (const BadInput& bad) {
+    }
+    catch (const BadInput& bad) {
         Print(stderr, L"concordance: " + bad.message + L"\n");
         return kBadInput;
-    } catch (const SException& e) {
+    }
+    catch (const SException& e) {
         Print(stderr, L"concordance: " + e.GetFullText() + L"\n");
         return kFailed;
     }

@@ -40,7 +40,10 @@ public:
     }
 
     /// Finds a key the engine's own way, through the virtual operations.
-    bool EngineFinds(const K& key) const { return this->GetEntry(reinterpret_cast<LONG_PTR>(&key)) != nullptr; }
+    bool EngineFinds(const K& key) const
+    {
+        return this->GetEntry(reinterpret_cast<LONG_PTR>(&key)) != nullptr;
+    }
 
 private:
     static int BlackDepth(const Entry* entry, int& count, std::string& broken)
@@ -54,7 +57,8 @@ private:
             if (child && entry->color == __STree::kRed && child->color == __STree::kRed)
                 broken = "T4: red below red";
         }
-        const int left = BlackDepth(entry->left, count, broken), right = BlackDepth(entry->right, count, broken);
+        const int left = BlackDepth(entry->left, count, broken),
+                  right = BlackDepth(entry->right, count, broken);
         if (left != right)
             broken = "T5: black counts";
         return left + (entry->color == __STree::kBlack);
