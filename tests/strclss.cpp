@@ -229,6 +229,8 @@ TEST(StringLocking, FollowsTheRules)
     const SString copy(s);
     EXPECT_NE(buffer, static_cast<const wchar_t*>(copy)) << "a locked string is copied, not shared";
     EXPECT_STREQ(L"text", copy);
+    std::wcscpy(raw, L"te");
+    EXPECT_EQ(2, SString(s).Length()) << "the copy is of what stands in the buffer now";
     std::wcscpy(raw, L"changed");
     s.Unlock();
     EXPECT_EQ(7, s.Length());
@@ -413,6 +415,10 @@ TEST(StringLengths, ThatOverflowAreOutOfMemory)
     EXPECT_THROW(s.Append(L"x", 0x7FFFFFFF), SEOutOfMemory);
     EXPECT_THROW(s.Format(L"%2147483647d%2147483647d", 1, 2), SEOutOfMemory);
     EXPECT_STREQ(L"abc", s);
+    const SString large(L'l', 64 << 20);
+    EXPECT_THROW(SString::Concat(large, large, large, large, large, large, large, large, large, large, large,
+                                 large, large, large, large, large, large, large),
+                 SEOutOfMemory);
     const SString many(L'a', 60000), to(L'b', 60000);
     SString grown(many);
     EXPECT_THROW(grown.ReplaceAll(L"a", to), SEOutOfMemory);

@@ -73,6 +73,8 @@ public:
 
     const wchar_t* GetText() const override;
     const wchar_t* GetExceptionName() const override;
+    /// Only the location when there is no memory for more.
+    SString GetFullText() const override;
 
     /// How many different places a process can throw from before they share one text.
     enum { kLocations = 64 };

@@ -43,9 +43,16 @@ public:
     /// `c` repeated.
     SStringBuffer& Append(wchar_t c, int repeat);
     /// As SString::Format.
-    SStringBuffer& AppendFormat(const wchar_t* format, ...);
+    template <class... Arguments>
+    SStringBuffer& AppendFormat(const wchar_t* format, Arguments... arguments)
+    {
+        SString piece;
+        return Append(piece.Format(format, arguments...));
+    }
 
     SStringBuffer& operator<<(wchar_t c) { return Append(c); }
+    /// In the ANSI code page.
+    SStringBuffer& operator<<(char c) { return Append(SString(&c, 1)); }
     SStringBuffer& operator<<(const wchar_t* text) { return Append(text); }
     SStringBuffer& operator<<(const SString& text) { return Append(text); }
     SStringBuffer& operator<<(long number) { return Append(SString(number)); }

@@ -26,6 +26,7 @@
 #include <functional>
 #include <iosfwd>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 class SDump;
@@ -76,6 +77,8 @@ public:
     SString(const char* text);
     SString(const char* text, int n);
     /// Decimal text, with a minus sign when negative.
+    explicit SString(wchar_t) = delete; // a character is no number: say how often it is to stand
+    explicit SString(char) = delete;
     explicit SString(int number);
     explicit SString(long number);
     explicit SString(unsigned long number);
@@ -186,7 +189,7 @@ public:
 
     // ---- Buffer access: a raw buffer for calls that fill one ----
     // Lock, fill, unlock. A locked buffer belongs to this string alone (copies of the string copy the text). All Lock
-    // members keep the text that is there, as far as it fits into the n asked for.
+    // members keep the text that is there.
 
     /// Room for `n` characters and a terminator; 0 or less means the current length, or 1 when that is 0 too.
     wchar_t* LockTchar(int n = 0);
@@ -392,8 +395,20 @@ public:
     /// do there; a letter that means nothing stands for itself and takes no argument; an unfinished conversion at the end
     /// gives nothing. A null text gives "(null)". The text ends at a NUL that a %c puts into it. A missing format, and one
     /// with %n, gives an empty text. Returns the string itself.
-    SString& Format(const wchar_t* format, ...);
-    SString& Format(unsigned formatId, ...);
+    /// Strings may be given as they are. Other classes do not compile: a variadic function cannot take them.
+    template <class... Arguments>
+    SString& Format(const wchar_t* format, Arguments... arguments)
+    {
+        return FormatPlain(format, AsPlain(arguments)...);
+    }
+    template <class... Arguments>
+    SString& Format(unsigned formatId, Arguments... arguments)
+    {
+        return FormatPlain(formatId, AsPlain(arguments)...);
+    }
+    /// The variadic functions behind Format: everything goes as it is.
+    SString& FormatPlain(const wchar_t* format, ...);
+    SString& FormatPlain(unsigned formatId, ...);
     SString& FormatV(const wchar_t* format, va_list arguments);
     /// Loads a string resource of `module` (null: the program) and returns 1; 0 and an empty text when it has none.
     int LoadString(unsigned id, HINSTANCE module = nullptr);
@@ -493,6 +508,18 @@ private:
     friend class SStringBuffer;
     friend struct SStaticText;
 
+    /// What a variadic function is given for an argument.
+    static const wchar_t* AsPlain(const SString& text)
+    {
+        return text.m_text;
+    }
+    template <class T>
+    static T AsPlain(T value)
+    {
+        static_assert(std::is_scalar_v<T>, "Format takes numbers, characters, pointers and strings");
+        return value;
+    }
+
     /// A piece that Concat was given.
     struct Piece {
         const wchar_t* text;
@@ -514,6 +541,11 @@ private:
     {
         return { &c, c ? 1u : 0u };
     }
+    // What would first become a string: that one would be gone before its text is copied.
+    template <class T, class = std::enable_if_t<std::is_arithmetic_v<T> && !std::is_same_v<T, wchar_t>>>
+    static Piece AsPiece(const T&) = delete;
+    static Piece AsPiece(const char*) = delete;
+    static Piece AsPiece(const SStringBuffer&) = delete;
     static SString ConcatPieces(const Piece* pieces, int count);
 
     void CopySpecially(const SString& other);

@@ -185,6 +185,16 @@ const wchar_t* SEOutOfMemory::GetExceptionName() const
     return L"SEOutOfMemory";
 }
 
+SString SEOutOfMemory::GetFullText() const
+{
+    try {
+        return SException::GetFullText();
+    }
+    catch (const SEOutOfMemory&) {
+        return m_location;
+    }
+}
+
 // ---- Texts for HRESULTs ----
 
 SRegisterGetResultFormat::SRegisterGetResultFormat(SResultFormat format) : m_format(format)

@@ -1,7 +1,6 @@
 // strbuffer.cpp: a builder is a string whose buffer grows ahead of its text.
 #include "strbuffer.h"
 
-#include <cstdarg>
 #include <cwchar>
 
 // A private buffer with room for `n` more.
@@ -18,7 +17,7 @@ SStringData* SStringBuffer::MakeRoom(int n)
 
 SStringBuffer& SStringBuffer::Append(const wchar_t* text, int n)
 {
-    if (n <= 0)
+    if (n <= 0 || !text)
         return *this;
     const SString old = text >= m_text.begin() && text <= m_text.end() ? m_text : SString();
     SStringData* data = MakeRoom(n);
@@ -43,16 +42,6 @@ SStringBuffer& SStringBuffer::Append(wchar_t c, int repeat)
     data->length += repeat;
     data->Text()[data->length] = L'\0';
     return *this;
-}
-
-SStringBuffer& SStringBuffer::AppendFormat(const wchar_t* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    SString piece;
-    piece.FormatV(format, arguments);
-    va_end(arguments);
-    return Append(piece);
 }
 
 void SStringBuffer::Reserve(int n)

@@ -278,7 +278,7 @@ void SString::CopySpecially(const SString& other)
 {
     const SStringData* data = other.GetData();
     if (data->refs == SStringData::kLocked && *other.m_text != L'\0')
-        Init(other.m_text, data->length);
+        Init(other.m_text, static_cast<int>(SSafeStrNLen(other.m_text, static_cast<size_t>(data->capacity))));
     else
         Init();
 }
@@ -482,9 +482,12 @@ void SString::ShrinkLarge() noexcept
 int SString::VerifiedLength()
 {
     SStringData* data = GetData();
-    if (data->refs != SStringData::kStaticEmpty)
-        data->length = static_cast<long>(SSafeStrNLen(m_text, static_cast<size_t>(data->capacity)));
-    return data->length;
+    if (data->refs == SStringData::kStaticEmpty)
+        return 0;
+    data->length = static_cast<long>(SSafeStrNLen(m_text, static_cast<size_t>(data->capacity)));
+    if (data->length == 0 && data->refs != SStringData::kLocked)
+        Release();
+    return Length();
 }
 
 void SString::SetAt(int position, wchar_t c)
@@ -525,8 +528,8 @@ wchar_t* SString::LockTchar(int n)
         *m_text = L'\0';
         GetData()->length = 0;
     } else if (!data->IsOwn() || n > data->capacity) {
-        const int kept = n < data->length ? n : static_cast<int>(data->length);
-        AllocCopy(*this, kept, 0, n - kept);
+        const int kept = static_cast<int>(data->length);
+        AllocCopy(*this, kept, 0, n > kept ? n - kept : 0);
     }
     GetData()->refs = SStringData::kLocked;
     return m_text;

@@ -108,8 +108,13 @@ SString& SString::AppendSlowly(wchar_t c)
 SString SString::ConcatPieces(const Piece* pieces, int count)
 {
     size_t sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum = pieces[i].length > kMaxLength - sum ? kMaxLength + 1u : sum + pieces[i].length;
+    for (int i = 0; i < count; ++i) {
+        if (pieces[i].length > kMaxLength - sum) {
+            sum = kMaxLength + 1u; // AllocBuffer refuses it
+            break;
+        }
+        sum += pieces[i].length;
+    }
     SString whole;
     whole.AllocBuffer(static_cast<int>(sum));
     wchar_t* at = whole.m_text;

@@ -35,6 +35,8 @@ struct Item {
 constexpr int kMostDigits = 22; // 64 bits in octal
 constexpr int kPointerDigits = 2 * sizeof(void*);
 constexpr int kLongestDouble = 330; // the largest double in full: sign, 309 digits, point, and what "#" adds
+// What the prefixes I, z and t stand for.
+constexpr Size kPointerSize = sizeof(size_t) == sizeof(long long) ? Size::kLongLong : Size::kPlain;
 constexpr wchar_t kNull[] = L"(null)";
 
 // Where the text goes: beside the string while it is short, so that it takes a buffer of its own size in the end.
@@ -73,8 +75,8 @@ public:
         if (m_long.IsEmpty())
             return SString(m_short, m_used);
         SString text = Spill().Detach();
-        text.VerifiedLength();
-        return text;
+        const int end = text.FindPos(L'\0');
+        return end < 0 ? text : text.Left(end);
     }
 
 private:
@@ -171,9 +173,10 @@ private:
         static const struct {
             const wchar_t* prefix;
             Size size;
-        } kSizes[] = { { L"I64", Size::kLongLong }, { L"I32", Size::kPlain }, { L"ll", Size::kLongLong },
-                       { L"l", Size::kWide },       { L"w", Size::kWide },    { L"hh", Size::kChar },
-                       { L"h", Size::kShort },      { L"L", Size::kPlain } };
+        } kSizes[] = { { L"I64", Size::kLongLong }, { L"I32", Size::kPlain }, { L"I", kPointerSize },
+                       { L"z", kPointerSize },      { L"t", kPointerSize },   { L"j", Size::kLongLong },
+                       { L"ll", Size::kLongLong },  { L"l", Size::kWide },    { L"w", Size::kWide },
+                       { L"hh", Size::kChar },      { L"h", Size::kShort },   { L"L", Size::kPlain } };
         for (const auto& known : kSizes) {
             const size_t length = std::wcslen(known.prefix);
             if (std::wcsncmp(m_at, known.prefix, length) == 0) {
@@ -383,7 +386,7 @@ private:
 bool StoresCount(const wchar_t* at)
 {
     while ((at = std::wcschr(at, L'%')) != nullptr) {
-        at += 1 + std::wcsspn(at + 1, L"-+ #0123456789*.lhwIL");
+        at += 1 + std::wcsspn(at + 1, L"-+ #0123456789*.lhwILztj");
         if (*at == L'n')
             return true;
         if (*at)
@@ -407,7 +410,7 @@ SString& SString::FormatV(const wchar_t* format, va_list arguments)
     return *this;
 }
 
-SString& SString::Format(const wchar_t* format, ...)
+SString& SString::FormatPlain(const wchar_t* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
@@ -416,7 +419,7 @@ SString& SString::Format(const wchar_t* format, ...)
     return *this;
 }
 
-SString& SString::Format(unsigned formatId, ...)
+SString& SString::FormatPlain(unsigned formatId, ...)
 {
     // The program's own table first: it may replace a text of the library.
     SString format;
