@@ -1,6 +1,7 @@
 // Pools of equal blocks: order of blocks, accounting, giving memory back, damage, threads.
 #include "salloc.h"
 
+#include "damage.h"
 #include "sexcept.h"
 #include "support/allocfail.h"
 #include "support/seed.h"

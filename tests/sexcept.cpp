@@ -1,12 +1,20 @@
 // Exceptions of the foundation: texts, locations, copies, formatters of codes, reports of damage.
 #include "sexcept.h"
 
+#include "damage.h"
+#include "describe.h"
+#include "sioexcept.h"
+#include "starget.h"
+
 #include "support/allocfail.h"
 #include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <cwchar>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -25,11 +33,11 @@ const SEOutOfMemory g_keptPlaces[] = {
     SEOutOfMemory("g", "same", 1),
 };
 
-int KnowsAccessDenied(long hr, SString* text)
+int KnowsOneCode(long hr, SString* text)
 {
-    if (hr != E_ACCESSDENIED)
+    if (hr != static_cast<long>(0x80990099))
         return 0;
-    *text = L"Access is denied.";
+    *text = L"The door is locked.";
     return 1;
 }
 int KnowsNothing(long, SString*)
@@ -46,9 +54,10 @@ TEST(Exceptions, CarryNameTextAndPlace)
     }
     catch (const SException& e) {
         EXPECT_STREQ(L"SECOMException", e.GetExceptionName());
-        EXPECT_STREQ(L"\n    HRESULT = 0x80070005", e.GetText());
+        EXPECT_STREQ(L"\n    HRESULT = 0x80070005\n    Access denied.", e.GetText());
         EXPECT_STREQ(L"\nThrown from:\n client/open.cpp(12): void Client::Open(int)", e.GetLocation());
-        EXPECT_STREQ(L"SECOMException: \n    HRESULT = 0x80070005\nThrown from:\n client/open.cpp(12): "
+        EXPECT_STREQ(L"SECOMException: \n    HRESULT = 0x80070005\n    Access denied.\nThrown from:\n "
+                     L"client/open.cpp(12): "
                      L"void Client::Open(int)",
                      e.GetFullText());
         const SException sliced(e);
@@ -65,18 +74,91 @@ TEST(Exceptions, CarryNameTextAndPlace)
 
 TEST(Exceptions, FormattersAreAskedUntilOneKnows)
 {
+    constexpr long kOurs = static_cast<long>(0x80990099);
     SString text(L"untouched");
-    EXPECT_EQ(0, GetResultFormat(E_ACCESSDENIED, &text));
+    EXPECT_EQ(0, GetResultFormat(kOurs, &text));
     EXPECT_STREQ(L"untouched", text);
+    EXPECT_EQ(1, GetResultFormat(E_OUTOFMEMORY, &text)) << "the system's own codes are known";
+    EXPECT_FALSE(text.IsEmpty());
+    EXPECT_STREQ(SString(text).Trim(L" \r\n"), text) << "without the line end that the system puts behind it";
     const SRegisterGetResultFormat nothing(KnowsNothing);
     {
-        const SRegisterGetResultFormat denied(KnowsAccessDenied);
-        const SRegisterGetResultFormat twice(KnowsAccessDenied);
-        const SECOMException known("g", "f", 3, E_ACCESSDENIED), unknown("g", "f", 3, E_FAIL);
-        EXPECT_STREQ(L"\n    HRESULT = 0x80070005\n    Access is denied.", known.GetText());
-        EXPECT_STREQ(L"\n    HRESULT = 0x80004005", unknown.GetText());
+        const SRegisterGetResultFormat ours(KnowsOneCode);
+        const SRegisterGetResultFormat twice(KnowsOneCode);
+        EXPECT_STREQ(L"\n    HRESULT = 0x80990099\n    The door is locked.",
+                     SECOMException("g", "f", 3, kOurs).GetText());
+        EXPECT_STREQ(L"\n    HRESULT = 0x80990098", SECOMException("g", "f", 3, kOurs - 1).GetText());
     }
-    EXPECT_EQ(0, GetResultFormat(E_ACCESSDENIED, &text));
+    EXPECT_EQ(0, GetResultFormat(kOurs, &text));
+}
+
+namespace {
+
+/// Throws a copy out of the DLL's class and catches it as its base, as a client does.
+template <class Exception>
+void ExpectThrownByValue(const Exception& exception, const wchar_t* name, const wchar_t* text)
+{
+    try {
+        throw Exception(exception);
+    }
+    catch (const SException& e) {
+        EXPECT_STREQ(name, e.GetExceptionName());
+        EXPECT_STREQ(text, e.GetText());
+        EXPECT_STREQ(L"\nThrown from:\n f(3): g", e.GetLocation());
+        EXPECT_EQ(exception.GetLocation(), e.GetLocation()) << "copies share their texts";
+        const SString full = e.GetFullText();
+        EXPECT_EQ(full, SDescribeCurrentException());
+        EXPECT_EQ(0, full.Compare(name, static_cast<int>(std::wcslen(name))));
+        return;
+    }
+    catch (...) {
+    }
+    FAIL() << "not caught by its base";
+}
+
+} // namespace
+
+TEST(Exceptions, OfInputAndOutputAreThrownByValueAndCaughtByTheirBase)
+{
+    errno = ENOSPC;
+    const SString errnoText(std::strerror(ENOSPC));
+    const SEIOException io("g", "f", 3, 77);
+    errno = 0;
+    EXPECT_EQ(77, io.GetError());
+    ExpectThrownByValue(io, L"SEIOException", errnoText);
+    ExpectThrownByValue(SEEOFException("g", "f", 3), L"SEEOFException", L"");
+    ExpectThrownByValue(SEIODiskFullException("g", "f", 3), L"SEIODiskFullException", L"");
+    ExpectThrownByValue(SEIOAbortedException("g", "f", 3), L"SEIOAbortedException", L"");
+    ExpectThrownByValue(SEEncodingException("g", "f", 3, L"byte 0xC0"), L"SEEncodingException", L"byte 0xC0");
+    ExpectThrownByValue(SEZipException("g", "f", 3), L"SEZipException", L"");
+    ExpectThrownByValue(SException("g", "f", 3, L"m"), L"SException", L"m");
+    ExpectThrownByValue(SEOutOfMemory("g", "f", 3), L"SEOutOfMemory", SEOutOfMemory("g", "f", 3).GetText());
+}
+
+TEST(Exceptions, OfAnyKindAreDescribedInOneText)
+{
+    const auto describe = [](auto exception) {
+        return SDescribeException(std::make_exception_ptr(exception));
+    };
+    EXPECT_STREQ(L"SException: m\nThrown from:\n f(3): g", describe(SException("g", "f", 3, L"m")));
+    EXPECT_STREQ(L"STargetedException for Load,Save (17): m\nThrown from:\n f(3): g",
+                 describe(STargetedException("g", "f", 3, L"Load,Save", L"m", 17)));
+    EXPECT_STREQ(L"std::out_of_range: row 7", describe(std::out_of_range("row 7")));
+    EXPECT_STREQ(L"exception of type int", describe(5));
+    EXPECT_STREQ(L"", SDescribeException(nullptr));
+    EXPECT_STREQ(L"", SDescribeCurrentException());
+
+    AllocationFailures failures;
+    failures.Arm(1, FailMode::FromThenOn);
+    SString text;
+    try {
+        throw SEOutOfMemory("void Client::Grow()", "client/grow.cpp", 7);
+    }
+    catch (...) {
+        text = SDescribeCurrentException();
+    }
+    failures.Disarm();
+    EXPECT_NE(nullptr, text.Find(L"client/grow.cpp(7)")) << "the place at least, without memory";
 }
 
 TEST(OutOfMemory, IsBuiltCopiedThrownAndReadWithoutAllocating)

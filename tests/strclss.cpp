@@ -1,6 +1,7 @@
 // The string's buffers: size classes, sharing, copies before writes, locking, the guard, threads.
 #include "strclss.h"
 
+#include "damage.h"
 #include "salloc.h"
 #include "sexcept.h"
 #include "strbuffer.h"

@@ -2,6 +2,7 @@
 // great width or precision are left out there: Wine's run-time overruns a buffer of its own on them.
 #include "strclss.h"
 
+#include "damage.h"
 #include "sexcept.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"

@@ -1,8 +1,11 @@
-// sexcept.h: the exceptions that the foundation throws, and the report of damage that it finds.
+// sexcept.h: the root of the library's exceptions, failures with an HRESULT, and out of memory.
 //
 //     throw SECOMException(S_HERE, E_ACCESSDENIED);
 //
 //     catch (const SException& e) { log << e.GetFullText(); }   // name, text and "Thrown from"
+//
+// The failures of files, streams and encodings are in sioexcept.h, exceptions that name who is to catch them in
+// starget.h, machine faults in crash.h; describe.h makes a text of any exception.
 //
 // Value    exceptions are thrown and caught by value, also across the DLL's border; copies share their texts.
 // Threads  an exception object belongs to one thread at a time; copies may live on different threads.
@@ -32,7 +35,7 @@ public:
     virtual SString GetFullText() const;
 
     /// "\nThrown from:\n file(line): function", cut at 1073 characters.
-    const wchar_t* GetLocation() const;
+    virtual const wchar_t* GetLocation() const;
 
 protected:
     /// For a class whose location text exists already.
@@ -40,8 +43,9 @@ protected:
     /// Formats the location and stores it.
     void FmtDbgFileLine(const char* function, const char* file, unsigned long line);
 
-    mutable SString m_message; // mutable: a class may build its text when it is first asked for
-    SString m_location;
+    // Mutable: a class may build its texts when it is first asked for them.
+    mutable SString m_message;
+    mutable SString m_location;
 };
 
 /// A failure with an HRESULT.
@@ -87,6 +91,7 @@ typedef int (*SResultFormat)(long hr, SString* text);
 
 /// A static object of this class makes a formatter known while the object lives. The formatters of a process are asked in
 /// the order of their addresses. Construct and end on the main thread (static initialisation, module load and unload).
+/// The library has one of its own, which gives the system's text for the codes that the system has a text for.
 class CVCORE_API SRegisterGetResultFormat {
 public:
     explicit SRegisterGetResultFormat(SResultFormat format);
@@ -103,21 +108,5 @@ private:
 
 /// Asks the formatters until one knows `hr`; 0 and an untouched text when none does.
 CVCORE_API int GetResultFormat(long hr, SString* text);
-
-// ---- Damage: overrun buffers, misused pools ----
-
-/// Takes a report of damage that the library found: the member that noticed it (signature, source, line) and what it is.
-/// Called on the thread that noticed it, outside the library's locks.
-typedef void (*SDamageReporter)(const char* function, const char* file, unsigned long line,
-                                const wchar_t* text);
-
-/// Installs who hears of damage and returns the one before; null restores the default, which writes one line to the
-/// debugger's output and to standard error. Process-wide; set it before other threads run.
-CVCORE_API SDamageReporter SSetDamageReporter(SDamageReporter reporter);
-
-/// Hands a report to the installed reporter. What the reporter throws is swallowed: damage is found in places that must
-/// go on.
-CVCORE_API void SReportDamage(const char* function, const char* file, unsigned long line,
-                              const wchar_t* text) noexcept;
 
 #endif

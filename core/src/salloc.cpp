@@ -5,6 +5,7 @@
 // constructor, and so outlives every pool.
 #include "salloc.h"
 
+#include "damage.h"
 #include "sexcept.h"
 
 #include <cstdlib>

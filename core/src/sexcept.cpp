@@ -5,28 +5,20 @@
 // holding one reference of its own for ever, so that sharing strings never bring the count to 0.
 #include "sexcept.h"
 
+#include "location.h"
+
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
+#include <memory>
 
 namespace {
 
-constexpr wchar_t kLocationFormat[] = L"\nThrown from:\n %hs(%i): %hs";
-constexpr int kLocationRoom = 1074;
 constexpr wchar_t kLocationNotKept[] =
     L"\nThrown from:\n (too many places ran out of memory to keep this one)";
 constexpr wchar_t kResultText[] = L"\n    HRESULT = 0x%0.8X";
 constexpr wchar_t kOutOfMemoryText[] = L"\n    HRESULT = 0x8007000E";
 constexpr wchar_t kMeaningIndent[] = L"\n    ";
-
-// Formats a location into a buffer of kLocationRoom characters, cut at its last one. Allocates nothing.
-int FormatLocation(wchar_t* buffer, const char* function, const char* file, unsigned long line)
-{
-    const int length = ::_snwprintf(buffer, kLocationRoom, kLocationFormat, file ? file : "",
-                                    static_cast<int>(line), function ? function : "");
-    buffer[kLocationRoom - 1] = L'\0';
-    return length >= 0 && length < kLocationRoom ? length : kLocationRoom - 1;
-}
 
 // A location that an out-of-memory exception was thrown from.
 struct KeptLocation {
@@ -67,23 +59,36 @@ SStringData* KeepLocation(const char* function, const char* file, unsigned long 
 }
 
 SRegisterGetResultFormat* g_firstFormat = nullptr;
-std::atomic<SDamageReporter> g_damageReporter{ nullptr };
 
-void WriteDamage(const char* function, const char* file, unsigned long line, const wchar_t* text)
+// The system's own text for a code, without the line end and the full stop's company that it comes with.
+int FormatSystemResult(long hr, SString* text)
 {
-    wchar_t wide[kLocationRoom];
-    ::_snwprintf(wide, kLocationRoom, L"%hs(%i): %hs: %s\r\n", file, static_cast<int>(line), function, text);
-    wide[kLocationRoom - 1] = L'\0';
-    ::OutputDebugStringW(wide);
-    char narrow[3 * kLocationRoom];
-    const int bytes = ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, narrow, sizeof narrow, nullptr, nullptr);
-    DWORD written;
-    if (bytes > 1)
-        ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), narrow, static_cast<DWORD>(bytes - 1), &written,
-                    nullptr);
+    wchar_t* message = nullptr;
+    DWORD length = ::FormatMessageW(
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_ALLOCATE_BUFFER, nullptr,
+        static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(&message), 0, nullptr);
+    if (length == 0)
+        return 0;
+    const std::unique_ptr<wchar_t, decltype(&::LocalFree)> owner(message, ::LocalFree);
+    while (length > 0 && (message[length - 1] <= L' '))
+        --length;
+    if (length == 0)
+        return 0;
+    *text = SString(message, static_cast<int>(length));
+    return 1;
 }
 
+const SRegisterGetResultFormat g_systemResults(FormatSystemResult);
+
 } // namespace
+
+int FormatLocation(wchar_t* buffer, const char* function, const char* file, unsigned long line) noexcept
+{
+    const int length = ::_snwprintf(buffer, kLocationRoom, L"%s%hs(%i): %hs", kThrownFrom, file ? file : "",
+                                    static_cast<int>(line), function ? function : "");
+    buffer[kLocationRoom - 1] = L'\0';
+    return length >= 0 && length < kLocationRoom ? length : kLocationRoom - 1;
+}
 
 // Lets a string share a static buffer.
 struct SStaticText {
@@ -121,7 +126,7 @@ const wchar_t* SException::GetExceptionName() const
 SString SException::GetFullText() const
 {
     const wchar_t* text = GetText();
-    return SString::Concat(GetExceptionName(), *text ? L": " : L"", text, m_location);
+    return SString::Concat(GetExceptionName(), *text ? L": " : L"", text, GetLocation());
 }
 
 const wchar_t* SException::GetLocation() const
@@ -223,22 +228,4 @@ int GetResultFormat(long hr, SString* text)
             return 1;
     }
     return 0;
-}
-
-// ---- Damage ----
-
-SDamageReporter SSetDamageReporter(SDamageReporter reporter)
-{
-    return g_damageReporter.exchange(reporter);
-}
-
-void SReportDamage(const char* function, const char* file, unsigned long line, const wchar_t* text) noexcept
-{
-    try {
-        const SDamageReporter reporter = g_damageReporter.load();
-        (reporter ? reporter : WriteDamage)(function, file, line, text);
-    }
-    catch (...) {
-        // The place that found the damage goes on with its work.
-    }
 }

@@ -10,6 +10,7 @@
 // the buffer that it replaces.
 #include "strclss.h"
 
+#include "damage.h"
 #include "salloc.h"
 #include "sexcept.h"
 #include "strbuffer.h"

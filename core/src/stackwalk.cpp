@@ -1,0 +1,193 @@
+// stackwalk.cpp: the unwinder's view of the stack, and what the unwinder does not tell.
+//
+// An exception that meets a frame without tables, or a g++ frame whose table of call sites does not list the place where it
+// stands (a noexcept function; a faulting statement that the compiler took for one that cannot throw), ends the process.
+// So before one is thrown out of a fault, the frames are looked at with the eyes of the personality routine.
+#include "stackwalk.h"
+
+#include "threadblock.h"
+
+#include <unwind.h>
+
+#include <initializer_list>
+
+namespace {
+
+// ---- The table of call sites ----
+
+constexpr unsigned char kOmitted = 0xFF, kULeb128 = 0x01, kUData2 = 0x02, kUData4 = 0x03, kAbsolute = 0x00;
+
+UINT_PTR ReadULeb128(const unsigned char*& at)
+{
+    UINT_PTR value = 0;
+    for (unsigned shift = 0;; shift += 7) {
+        const unsigned char byte = *at++;
+        if (shift < 8 * sizeof value)
+            value |= static_cast<UINT_PTR>(byte & 0x7F) << shift;
+        if (byte < 0x80)
+            return value;
+    }
+}
+
+template <class T>
+UINT_PTR ReadPlain(const unsigned char*& at)
+{
+    T value;
+    __builtin_memcpy(&value, at, sizeof value);
+    at += sizeof value;
+    return value;
+}
+
+UINT_PTR ReadEncoded(const unsigned char*& at, unsigned char encoding)
+{
+    switch (encoding) {
+    case kULeb128: return ReadULeb128(at);
+    case kUData2: return ReadPlain<UINT16>(at);
+    case kUData4: return ReadPlain<UINT32>(at);
+    default: return ReadPlain<UINT_PTR>(at);
+    }
+}
+
+// Whether an exception may leave the frame. Without language data there is nothing to run and nothing to forbid it.
+bool LetsExceptionsOut(_Unwind_Context* frame)
+{
+    const unsigned char* at = static_cast<const unsigned char*>(_Unwind_GetLanguageSpecificData(frame));
+    if (!at)
+        return true;
+    if (*at++ != kOmitted) // landing pads counted from elsewhere: our compiler does not write that
+        return false;
+    if (*at++ != kOmitted)
+        ReadULeb128(at); // where the types are
+    const unsigned char encoding = *at++;
+    if (encoding != kULeb128 && encoding != kUData2 && encoding != kUData4 && encoding != kAbsolute)
+        return false;
+    const UINT_PTR tableBytes = ReadULeb128(at);
+    const unsigned char* const end = at + tableBytes;
+    const UINT_PTR place = _Unwind_GetIP(frame) - 1 - _Unwind_GetRegionStart(frame);
+    while (at < end) {
+        const UINT_PTR first = ReadEncoded(at, encoding), length = ReadEncoded(at, encoding);
+        ReadEncoded(at, encoding); // landing pad
+        ReadULeb128(at);           // action
+        if (place < first)
+            return false; // they are in rising order
+        if (place < first + length)
+            return true;
+    }
+    return false;
+}
+
+// ---- The walk ----
+
+struct Walker {
+    StackWalk* walk;
+    const void* first;  // the return address that frames begin with
+    const void* limit;  // whose frame ends the certain part
+    UINT_PTR stack = 0; // stack pointer of the last frame seen
+    bool begun = false;
+    bool blocked = false;
+};
+
+_Unwind_Reason_Code VisitFrame(_Unwind_Context* frame, void* context)
+{
+    Walker& walker = *static_cast<Walker*>(context);
+    StackWalk& walk = *walker.walk;
+    void* const at = reinterpret_cast<void*>(_Unwind_GetIP(frame));
+    walker.stack = _Unwind_GetCFA(frame);
+    walker.begun = walker.begun || at == walker.first;
+    if (!walker.begun)
+        return _URC_NO_REASON;
+    if (walker.limit && !walk.canUnwind && walker.stack > reinterpret_cast<UINT_PTR>(walker.limit))
+        walk.canUnwind = !walker.blocked;
+    if (!_Unwind_FindEnclosingFunction(at)) {
+        walker.blocked = true;
+        return _URC_END_OF_STACK;
+    }
+    walker.blocked = walker.blocked || !LetsExceptionsOut(frame);
+    if (walk.count < StackWalk::kMost)
+        walk.frames[walk.count++] = at;
+    return _URC_NO_REASON;
+}
+
+// ---- Looking through the stack ----
+
+bool IsCode(const void* address)
+{
+    MEMORY_BASIC_INFORMATION memory;
+    const DWORD executable =
+        PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    return ::VirtualQuery(address, &memory, sizeof memory) != 0 && memory.State == MEM_COMMIT &&
+           memory.Type == MEM_IMAGE && (memory.Protect & executable) != 0;
+}
+
+void AddGuesses(StackWalk& walk, UINT_PTR stack)
+{
+    // Stacks of this thread alone are looked through; a stack pointer that is somewhere else ends the walk at once.
+    const NT_TIB* const thread = ThreadBlock();
+    const UINT_PTR base = reinterpret_cast<UINT_PTR>(thread->StackBase);
+    const UINT_PTR top = reinterpret_cast<UINT_PTR>(thread->StackLimit);
+    if (stack < top)
+        return;
+    for (stack &= ~(sizeof(UINT_PTR) - 1); stack + sizeof(UINT_PTR) <= base && walk.count < StackWalk::kMost;
+         stack += sizeof(UINT_PTR)) {
+        const void* const word = *reinterpret_cast<const void* const*>(stack);
+        if (FollowsCall(word))
+            walk.frames[walk.count++] = word;
+    }
+}
+
+} // namespace
+
+__attribute__((noinline)) void WalkStack(StackWalk& walk, const void* first, const void* limit) noexcept
+{
+    Walker walker{ &walk, first ? first : __builtin_return_address(0), limit };
+    _Unwind_Backtrace(VisitFrame, &walker);
+    walk.scanned = walk.count;
+    AddGuesses(walk, walker.stack);
+}
+
+void ScanStack(StackWalk& walk, const void* at, const void* stack) noexcept
+{
+    walk.frames[walk.count++] = at;
+    walk.scanned = walk.count;
+    AddGuesses(walk, reinterpret_cast<UINT_PTR>(stack));
+}
+
+// Relative, or through a register or memory in the usual lengths.
+bool FollowsCall(const void* address) noexcept
+{
+    const unsigned char* const at = static_cast<const unsigned char*>(address);
+    constexpr UINT_PTR kNeverMapped = 0x10000;
+    if (reinterpret_cast<UINT_PTR>(at) < kNeverMapped || !IsCode(at - 7) || !IsCode(at))
+        return false;
+    if (at[-5] == 0xE8)
+        return true;
+    for (int length : { 2, 3, 6, 7 }) {
+        if (at[-length] == 0xFF && (at[1 - length] & 0x38) == 0x10)
+            return true;
+    }
+    return false;
+}
+
+UINT_PTR FindModulePlace(const void* address, wchar_t* name, int room) noexcept
+{
+    name[0] = L'\0';
+    MEMORY_BASIC_INFORMATION memory;
+    wchar_t path[MAX_PATH + 1];
+    if (::VirtualQuery(address, &memory, sizeof memory) == 0 || memory.Type != MEM_IMAGE)
+        return reinterpret_cast<UINT_PTR>(address);
+    const HMODULE module = static_cast<HMODULE>(memory.AllocationBase);
+    const DWORD length = ::GetModuleFileNameW(module, path, MAX_PATH);
+    if (length == 0)
+        return reinterpret_cast<UINT_PTR>(address);
+    path[MAX_PATH] = L'\0';
+    const wchar_t* file = path;
+    for (const wchar_t* at = path; *at != L'\0'; ++at) {
+        if (*at == L'\\' || *at == L'/')
+            file = at + 1;
+    }
+    int i = 0;
+    for (; i < room - 1 && file[i] != L'\0'; ++i)
+        name[i] = file[i];
+    name[i] = L'\0';
+    return reinterpret_cast<UINT_PTR>(address) - reinterpret_cast<UINT_PTR>(module);
+}
