@@ -7,6 +7,7 @@ mark_as_advanced(CV_BASH CV_CXXFILT)
 add_executable(console_test console.cpp)
 cv_own_code(console_test)
 target_compile_definitions(console_test PRIVATE CVCORE_STATIC)
+target_include_directories(console_test PRIVATE "${PROJECT_SOURCE_DIR}/tests")
 target_link_libraries(console_test PRIVATE cvbase test_support)
 target_link_options(console_test PRIVATE LINKER:--exclude-all-symbols)
 cv_run_as_test(console)
@@ -23,9 +24,11 @@ add_test(NAME dll_file COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/dll_fil
 
 # The samples, as a person starts them.
 if(CMAKE_CROSSCOMPILING_EMULATOR)
-    add_test(NAME concordance COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/concordance_check.sh"
-        "${PROJECT_SOURCE_DIR}/tools" "$<TARGET_FILE:concordance>" "${PROJECT_SOURCE_DIR}")
-    set_tests_properties(concordance PROPERTIES TIMEOUT 120)
+    foreach(sample IN ITEMS concordance faults)
+        add_test(NAME ${sample} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/${sample}_check.sh"
+            "${PROJECT_SOURCE_DIR}/tools" "$<TARGET_FILE:${sample}>" "${PROJECT_SOURCE_DIR}")
+        set_tests_properties(${sample} PROPERTIES TIMEOUT 120)
+    endforeach()
 endif()
 add_test(NAME readme COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/readme_check.sh" "${PROJECT_SOURCE_DIR}")
 

@@ -141,6 +141,9 @@ extern "C" {
     Guard* const guard = static_cast<Guard*>(fault->guard);
     StackWalk walk;
     WalkStack(walk, fault->returnsTo, guard);
+    // The unwinder's first place is behind the instruction. That of a call into nothing is the caller's and right.
+    if (walk.count > 0 && FaultAccess(fault->record) != SMachineFault::kExecute)
+        walk.frames[0] = fault->record.ExceptionAddress;
     if (walk.count == 0)
         ScanStack(walk, fault->record.ExceptionAddress, reinterpret_cast<const void*>(fault->context.Esp));
     Report(fault, walk);

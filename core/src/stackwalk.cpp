@@ -130,7 +130,8 @@ void AddGuesses(StackWalk& walk, UINT_PTR stack)
     for (stack &= ~(sizeof(UINT_PTR) - 1); stack + sizeof(UINT_PTR) <= base && walk.count < StackWalk::kMost;
          stack += sizeof(UINT_PTR)) {
         const void* const word = *reinterpret_cast<const void* const*>(stack);
-        if (FollowsCall(word))
+        const bool repeats = walk.count > 0 && walk.frames[walk.count - 1] == word;
+        if (!repeats && FollowsCall(word))
             walk.frames[walk.count++] = word;
     }
 }
