@@ -5,10 +5,13 @@
 #include "crashlog.h"
 
 #include "crashrecord.h"
+#include "systemlibrary.h"
+#include "utf8.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <cwchar>
+#include <type_traits>
 
 namespace {
 
@@ -104,23 +107,8 @@ public:
 private:
     void Put(unsigned c)
     {
-        char unit[4];
-        size_t length = 0;
-        if (c < 0x80) {
-            unit[length++] = static_cast<char>(c);
-        } else if (c < 0x800) {
-            unit[length++] = static_cast<char>(0xC0 | c >> 6);
-            unit[length++] = static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            if (c < 0x10000) {
-                unit[length++] = static_cast<char>(0xE0 | c >> 12);
-            } else {
-                unit[length++] = static_cast<char>(0xF0 | c >> 18);
-                unit[length++] = static_cast<char>(0x80 | (c >> 12 & 0x3F));
-            }
-            unit[length++] = static_cast<char>(0x80 | (c >> 6 & 0x3F));
-            unit[length++] = static_cast<char>(0x80 | (c & 0x3F));
-        }
+        char unit[kMostUtf8];
+        const size_t length = static_cast<size_t>(PutUtf8(c, unit));
         if (m_size + length > m_room) {
             m_room = m_size; // nothing behind the cut
             return;
@@ -299,19 +287,6 @@ std::atomic<WriteDump> g_writeDump{ nullptr };
 std::atomic<int> g_wantsDumps{ 0 };
 std::atomic<unsigned> g_dumps{ 0 };
 
-WriteDump FindWriteDump()
-{
-    wchar_t path[MAX_PATH + 16];
-    const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH)
-        return nullptr;
-    std::wcscpy(path + length, L"\\dbghelp.dll");
-    const HMODULE library = ::LoadLibraryW(path); // for good: it must be there when the heap no longer is
-    return library ? reinterpret_cast<WriteDump>(
-                         reinterpret_cast<void*>(::GetProcAddress(library, "MiniDumpWriteDump")))
-                   : nullptr;
-}
-
 void AddDump(RecordBytes& record, EXCEPTION_POINTERS* pointers)
 {
     const WriteDump write = g_writeDump.load();
@@ -402,7 +377,9 @@ SString SExceptionLogPath()
 int SSetExceptionDumps(int on) noexcept
 {
     if (on && !g_writeDump.load()) {
-        const WriteDump found = FindWriteDump();
+        // Now, and for good: it must be there when the heap no longer is.
+        const WriteDump found =
+            FindInSystem<std::remove_pointer_t<WriteDump>>(L"dbghelp.dll", "MiniDumpWriteDump");
         if (!found)
             return 0;
         g_writeDump.store(found);

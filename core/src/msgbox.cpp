@@ -3,7 +3,8 @@
 // user32 is looked up at run time: the foundation must run in programs that have no windows.
 #include "excdlg.h"
 
-#include <cwchar>
+#include "systemlibrary.h"
+
 #include <utility>
 
 namespace {
@@ -12,25 +13,13 @@ int g_unattended = 0;
 SDbgMessageBoxHook g_hook = nullptr;
 SUnattendedQuery g_query = nullptr;
 
-// From the system's folder and no other; null when the system has no such function.
-template <class Function>
-Function* FindInUser32(const char* name)
-{
-    wchar_t path[MAX_PATH + 16];
-    const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH)
-        return nullptr;
-    std::wcscpy(path + length, L"\\user32.dll");
-    const HMODULE user32 = ::LoadLibraryW(path); // kept: a box is seldom the last one
-    return user32 ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(user32, name)))
-                  : nullptr;
-}
+constexpr wchar_t kUser32[] = L"user32.dll";
 
 bool IsStationVisible()
 {
-    const auto getStation = FindInUser32<HWINSTA WINAPI()>("GetProcessWindowStation");
+    const auto getStation = FindInSystem<HWINSTA WINAPI()>(kUser32, "GetProcessWindowStation");
     const auto getInformation =
-        FindInUser32<BOOL WINAPI(HANDLE, int, void*, DWORD, DWORD*)>("GetUserObjectInformationW");
+        FindInSystem<BOOL WINAPI(HANDLE, int, void*, DWORD, DWORD*)>(kUser32, "GetUserObjectInformationW");
     if (!getStation || !getInformation)
         return false;
     USEROBJECTFLAGS flags = {};
@@ -84,7 +73,8 @@ int ShowDbgMessageBox(const wchar_t* text, const wchar_t* caption, unsigned type
     }
     if (IsOperationUnattended())
         return UnattendedAnswer(type, debugger);
-    const auto show = FindInUser32<int WINAPI(HWND, const wchar_t*, const wchar_t*, UINT)>("MessageBoxW");
+    const auto show =
+        FindInSystem<int WINAPI(HWND, const wchar_t*, const wchar_t*, UINT)>(kUser32, "MessageBoxW");
     return show ? show(nullptr, text, caption, type) : 0;
 }
 
