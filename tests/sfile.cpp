@@ -68,6 +68,12 @@ HANDLE WINAPI RecordFile(const wchar_t* path, DWORD access, DWORD share, SECURIT
     return ::CreateFileW(path, access, share, security, disposition, flags, pattern);
 }
 
+BOOL WINAPI SystemAttribute(const wchar_t*, GET_FILEEX_INFO_LEVELS, void* data)
+{
+    static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data)->dwFileAttributes = FILE_ATTRIBUTE_SYSTEM;
+    return TRUE;
+}
+
 ImportPatch Fail(const char* function, void* replacement)
 {
     ImportPatch patch(::GetModuleHandleA("CVCore16.dll"), "KERNEL32.dll", function, replacement);
@@ -508,11 +514,7 @@ TEST(Files, AreReservedWhenTheyAreTheSystems)
     EXPECT_EQ(0, SFile::IsReserved(Text(folder.Path(L"missing"))));
     ::SetFileAttributesW(path, FILE_ATTRIBUTE_SYSTEM);
     // Wine keeps no such attribute; the call is answered in its place.
-    const ImportPatch system = Fail(
-        "GetFileAttributesExW", +[](const wchar_t*, GET_FILEEX_INFO_LEVELS, void* data) -> BOOL {
-            static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data)->dwFileAttributes = FILE_ATTRIBUTE_SYSTEM;
-            return TRUE;
-        });
+    const ImportPatch system = Fail("GetFileAttributesExW", SystemAttribute);
     EXPECT_EQ(1, SFile::IsReserved(path));
 }
 

@@ -4,6 +4,7 @@
 
 #include "cvbase.h"
 
+#include "base64.h"
 #include "baseobj.h"
 #include "crash.h"
 #include "crashlog.h"
@@ -15,6 +16,7 @@
 #include "filecodes.h"
 #include "hierarchy.h"
 #include "modstate.h"
+#include "narrow.h"
 #include "safefile.h"
 #include "safemem.h"
 #include "salloc.h"
@@ -22,6 +24,7 @@
 #include "sexcept.h"
 #include "sfile.h"
 #include "sfind.h"
+#include "shglobal.h"
 #include "sioexcept.h"
 #include "smap.h"
 #include "starget.h"

@@ -563,7 +563,6 @@ private:
     const wchar_t* TextFrom(int start) const;
     int CompareNull() const;
     bool IsInside(const wchar_t* from) const;
-    static bool AnsiHoldsAscii();
     bool ClipRange(int& start, int& count) const;
 
     wchar_t* m_text;

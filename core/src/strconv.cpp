@@ -1,6 +1,8 @@
 // strconv.cpp: the string's classification, number texts, narrow texts and resources.
 #include "strclss.h"
 
+#include "narrow.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cfloat>
@@ -377,33 +379,13 @@ void SString::_ToUnicode(const char* text, int bytes)
         AssignCopy(0, nullptr);
         return;
     }
+    // Measured first: what is not ASCII throughout need not be as long as its bytes.
+    const int units = SAnsiString::AnsiToWideChar(text, static_cast<int>(length), nullptr, 0);
     SString wide;
-    if (std::all_of(text, text + length, [](char c) { return static_cast<signed char>(c) >= 0; }) &&
-        AnsiHoldsAscii()) {
-        wide.AllocBuffer(static_cast<int>(length));
-        std::copy(text, text + length, wide.m_text);
-    } else {
-        const int units = ::MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(length), nullptr, 0);
-        wide.AllocBuffer(units);
-        if (units > 0)
-            ::MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(length), wide.m_text, units);
-    }
+    wide.AllocBuffer(units);
+    if (units > 0)
+        SAnsiString::AnsiToWideChar(text, static_cast<int>(length), wide.m_text, units + 1);
     swap(wide);
-}
-
-// Whether bytes below 128 are ASCII in the ANSI code page, as they are in all but a few.
-bool SString::AnsiHoldsAscii()
-{
-    static const bool holds = [] {
-        char bytes[128];
-        wchar_t units[128];
-        for (int i = 0; i < 128; ++i)
-            bytes[i] = static_cast<char>(i);
-        if (::MultiByteToWideChar(CP_ACP, 0, bytes, 128, units, 128) != 128)
-            return false;
-        return std::equal(bytes, bytes + 128, units);
-    }();
-    return holds;
 }
 
 // ---- String resources ----
