@@ -4,16 +4,15 @@
 //
 // The file is UTF-8, with or without a byte-order mark. Words that differ only in case are one word. Ends with 0, or with
 // 2 and one line on standard error.
+#include "../console.h"
+
 #include "salloc.h"
-#include "sexcept.h"
 #include "smap.h"
 #include "strbuffer.h"
 #include "striter.h"
 #include "tablemem.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <string>
 
 namespace {
 
@@ -23,62 +22,18 @@ constexpr int kDone = 0, kBadInput = 2, kFailed = 3;
 typedef SMap<SString, long, SAscNoCase> WordCounts;
 typedef SPair<SString, long> WordCount;
 
-/// What is wrong with the input, in one line for the person who gave it.
-struct BadInput {
-    SString message;
-};
-
-void Print(FILE* stream, const SString& text)
-{
-    std::string narrow(static_cast<size_t>(text.LengthByte(CP_UTF8)), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text, text.Length(), narrow.data(), static_cast<int>(narrow.size()),
-                          nullptr, nullptr);
-    std::fwrite(narrow.data(), 1, narrow.size(), stream);
-}
-
-SString SystemMessage(DWORD code)
-{
-    wchar_t text[256];
-    const DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                          code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
-    return SString(text, static_cast<int>(length)).TrimRight(L". \r\n");
-}
-
-std::string ReadBytes(const SString& path)
-{
-    const DWORD attributes = ::GetFileAttributesW(path);
-    if (attributes == INVALID_FILE_ATTRIBUTES)
-        throw BadInput{ path + L": " + SystemMessage(::GetLastError()) };
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY)
-        throw BadInput{ path + L": this is a directory" };
-    FILE* file = ::_wfopen(path, L"rb");
-    if (!file)
-        throw BadInput{ path + L": " + SystemMessage(::GetLastError()) };
-    std::string bytes;
-    char chunk[1 << 16];
-    for (size_t count; (count = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
-        bytes.append(chunk, count);
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed)
-        throw BadInput{ path + L": the file cannot be read to its end" };
-    return bytes;
-}
-
 SString ReadText(const SString& path)
 {
-    const std::string bytes = ReadBytes(path);
-    if (bytes.empty())
-        return SString();
-    const int length = static_cast<int>(bytes.size());
-    const int units = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, nullptr, 0);
-    if (units <= 0)
+    const SBlob bytes = ReadWhole(path);
+    const int length = static_cast<int>(bytes.GetSize());
+    const void* const narrow = bytes.LockForRead();
+    const bool valid =
+        length == 0 || ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, static_cast<const char*>(narrow),
+                                             length, nullptr, 0) > 0;
+    bytes.Unlock();
+    if (!valid)
         throw BadInput{ path + L": this is not valid UTF-8" };
-    SString text;
-    ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.GetBufferSetLength(units),
-                          units);
-    text.Unlock(units);
-    return text.TrimLeft(wchar_t{ 0xFEFF });
+    return bytes.GetAsText();
 }
 
 /// The most frequent words first, equally frequent ones in the map's order.

@@ -4,6 +4,8 @@
 //
 // Looks for lines of the file that are not UTF-8, then does what a program should not, and shows the log that this left.
 // Ends with 0, or with 2 and one line on standard error when the file cannot be read.
+#include "../console.h"
+
 #include "crash.h"
 #include "crashlog.h"
 #include "describe.h"
@@ -18,15 +20,6 @@ namespace {
 
 constexpr int kDone = 0, kBadInput = 2;
 constexpr int kMostProblems = 3;
-
-void Print(FILE* stream, const SString& text)
-{
-    std::string narrow(static_cast<size_t>(text.LengthByte(CP_UTF8)), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text, text.Length(), narrow.data(), static_cast<int>(narrow.size()),
-                          nullptr, nullptr);
-    std::fwrite(narrow.data(), 1, narrow.size(), stream);
-    std::fflush(stream); // what follows may be the program's end
-}
 
 /// Prints what is logged into it.
 class ConsoleLog : public SDErrorContext {
@@ -50,15 +43,11 @@ private:
 
 std::string ReadBytes(const SString& path)
 {
-    FILE* const file = ::_wfopen(path, L"rb");
-    if (!file)
-        throw SEIOException(S_HERE, errno);
-    std::string bytes;
-    char chunk[4096];
-    for (size_t count; (count = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
-        bytes.append(chunk, count);
-    std::fclose(file);
-    return bytes;
+    const SBlob blob = ReadWhole(path);
+    const void* const bytes = blob.LockForRead();
+    std::string copy(bytes ? static_cast<const char*>(bytes) : "", blob.GetSize());
+    blob.Unlock();
+    return copy;
 }
 
 bool IsUtf8(const char* bytes, int count)
@@ -103,6 +92,7 @@ int DivideByZero()
 void Survive(const wchar_t* what, int (*risk)())
 {
     Print(stdout, SString::Concat(L"\n", what, L"\n"));
+    std::fflush(stdout); // what follows may be the program's end
     try {
         SRunGuarded(risk);
     }
@@ -132,8 +122,8 @@ int wmain(int count, wchar_t** arguments)
     try {
         bytes = ReadBytes(path);
     }
-    catch (const SEIOException& e) {
-        Print(stderr, SString::Concat(L"faults: ", path, L": ", e.GetText(), L"\n"));
+    catch (const BadInput& bad) {
+        Print(stderr, SString::Concat(L"faults: ", bad.message, L"\n"));
         return kBadInput;
     }
     const SString logPath = TemporaryLog();
