@@ -5,6 +5,16 @@
 #include "safefile.h"
 #include "sfile.h"
 
+namespace {
+
+long NameAnew(SFile& file, const SString& path)
+{
+    const long closed = file.Close();
+    return closed < 0 ? closed : file.Init(path);
+}
+
+} // namespace
+
 long SBlob::ReadFromFile(const SString& path)
 {
     SFile file;
@@ -15,10 +25,7 @@ long SBlob::ReadFromFile(const SString& path, SFile& file)
 {
     const bool wasOpen = file.IsOpen() && file.GetFullName().CompareNoCase(path) == 0;
     if (!wasOpen) {
-        const long closed = file.Close();
-        if (closed < 0)
-            return closed;
-        const long named = file.Init(path);
+        const long named = NameAnew(file, path);
         if (named < 0)
             return named;
         const long opened = file.OpenExisting(FILE_SHARE_READ | FILE_SHARE_WRITE);
@@ -69,10 +76,7 @@ long SBlob::SaveToFile(const SString& path) const
 long SBlob::SaveToFile(const SString& path, SFile& file) const
 {
     const BlobBytes bytes(*this);
-    const long closed = file.Close();
-    if (closed < 0)
-        return closed;
-    const long named = file.Init(path);
+    const long named = NameAnew(file, path);
     if (named < 0)
         return named;
     const long made = file.Create();

@@ -168,38 +168,34 @@ void SNarrowText::Convert(const wchar_t* text, int length, int (*convert)(const 
 
 // ---- The ANSI code page ----
 
+namespace {
+
+// The fast way where the code page leaves ASCII alone: for nothing else.
+template <class From, class To>
+size_t AsciiAlone(const From* from, size_t count, To* to, size_t room)
+{
+    if (!NarrowKern::AnsiHoldsAscii() || (to && count > room))
+        return kMalformed;
+    const size_t plain = to ? NarrowKern::CopyAscii(from, count, to) : NarrowKern::AsciiLength(from, count);
+    return plain == count ? count : kMalformed;
+}
+
+} // namespace
+
 int SAnsiString::WideCharToAnsi(const wchar_t* text, int length, char* output, int size)
 {
     if (!text) {
         WriteEmpty(output, size);
         return output && size > 0;
     }
-    const auto fast = [](const wchar_t* from, size_t count, char* to, size_t room) {
-        if (!NarrowKern::AnsiHoldsAscii())
-            return kMalformed;
-        if (!to)
-            return NarrowKern::AsciiLength(from, count) == count ? count : kMalformed;
-        if (count > room)
-            return kMalformed;
-        return NarrowKern::Narrow(from, count, to) == count ? count : kMalformed;
-    };
-    return ConvertBy(text, length, output, size, fast, [=](char* to, int room) {
+    return ConvertBy(text, length, output, size, AsciiAlone<wchar_t, char>, [=](char* to, int room) {
         return ::WideCharToMultiByte(CP_ACP, AnsiFlags(), text, length, to, room, nullptr, nullptr);
     });
 }
 
 int SAnsiString::AnsiToWideChar(const char* text, int length, wchar_t* output, int size)
 {
-    const auto fast = [](const char* from, size_t count, wchar_t* to, size_t room) {
-        if (!NarrowKern::AnsiHoldsAscii())
-            return kMalformed;
-        if (!to)
-            return NarrowKern::AsciiLength(from, count) == count ? count : kMalformed;
-        if (count > room)
-            return kMalformed;
-        return NarrowKern::Widen(from, count, to) == count ? count : kMalformed;
-    };
-    return ConvertBy(text, length, output, size, fast, [=](wchar_t* to, int room) {
+    return ConvertBy(text, length, output, size, AsciiAlone<char, wchar_t>, [=](wchar_t* to, int room) {
         return ::MultiByteToWideChar(CP_ACP, 0, text, length, to, room);
     });
 }

@@ -46,7 +46,7 @@ bool IsLowHalf(wchar_t c)
 
 namespace NarrowKern {
 
-size_t Widen(const char* from, size_t count, wchar_t* to)
+size_t CopyAscii(const char* from, size_t count, wchar_t* to)
 {
     size_t i = 0;
     for (; i + kBlock <= count; i += kBlock) {
@@ -61,7 +61,7 @@ size_t Widen(const char* from, size_t count, wchar_t* to)
     return i;
 }
 
-size_t Narrow(const wchar_t* from, size_t count, char* to)
+size_t CopyAscii(const wchar_t* from, size_t count, char* to)
 {
     size_t i = 0;
     for (; i + kBlock <= count; i += kBlock) {
@@ -101,7 +101,7 @@ size_t Utf16To8(const wchar_t* from, size_t count, char* to, size_t room)
     for (;;) {
         const size_t left = count - at;
         const size_t ascii =
-            to ? Narrow(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
+            to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
         // Characters of other scripts come in runs, with single blanks and points in between.
@@ -136,7 +136,7 @@ size_t Utf8To16(const char* from, size_t count, wchar_t* to, size_t room)
     for (;;) {
         const size_t left = count - at;
         const size_t ascii =
-            to ? Widen(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
+            to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
         for (size_t plain = 0; at < count && plain < 2;) {

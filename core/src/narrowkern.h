@@ -9,8 +9,8 @@
 namespace NarrowKern {
 
 /// Widens (narrows) from the start while the text is ASCII, and returns how many units were. A NUL is one of them.
-size_t Widen(const char* from, size_t count, wchar_t* to);
-size_t Narrow(const wchar_t* from, size_t count, char* to);
+size_t CopyAscii(const char* from, size_t count, wchar_t* to);
+size_t CopyAscii(const wchar_t* from, size_t count, char* to);
 /// Units from the start that are ASCII.
 size_t AsciiLength(const char* text, size_t count);
 size_t AsciiLength(const wchar_t* text, size_t count);

@@ -43,9 +43,21 @@ bool IsReadOnlyIn(DWORD attributes)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
-DWORD Limited(DWORD count, DWORD max)
+// Reading and writing differ in the call and in the code.
+template <class Buffer>
+long Transfer(HANDLE file, Buffer* buffer, DWORD* count, DWORD max,
+              BOOL(WINAPI* call)(HANDLE, Buffer*, DWORD, DWORD*, OVERLAPPED*), long failure)
 {
-    return max != kNoLimit && max < count ? max : count;
+    if (!buffer || !count)
+        return SFileCode::kNullPointer;
+    if (!file)
+        return SFileCode::kNotOpen;
+    const DWORD wanted = max != kNoLimit && max < *count ? max : *count;
+    DWORD moved = 0;
+    if (wanted > 0 && !call(file, buffer, wanted, &moved, nullptr))
+        return failure;
+    *count = moved;
+    return 0;
 }
 
 } // namespace
@@ -249,38 +261,12 @@ long SFile::Close()
 
 long SFile::Read(void* buffer, DWORD* count, DWORD max) const
 {
-    if (!buffer || !count)
-        return SFileCode::kNullPointer;
-    if (!m_file)
-        return SFileCode::kNotOpen;
-    const DWORD wanted = Limited(*count, max);
-    if (wanted == 0) {
-        *count = 0;
-        return 0;
-    }
-    DWORD got = 0;
-    if (!::ReadFile(m_file, buffer, wanted, &got, nullptr))
-        return SFileCode::kRead;
-    *count = got;
-    return 0;
+    return Transfer(m_file, buffer, count, max, ::ReadFile, SFileCode::kRead);
 }
 
 long SFile::Write(const void* buffer, DWORD* count, DWORD max) const
 {
-    if (!buffer || !count)
-        return SFileCode::kNullPointer;
-    if (!m_file)
-        return SFileCode::kNotOpen;
-    const DWORD wanted = Limited(*count, max);
-    if (wanted == 0) {
-        *count = 0;
-        return 0;
-    }
-    DWORD written = 0;
-    if (!::WriteFile(m_file, buffer, wanted, &written, nullptr))
-        return SFileCode::kWrite;
-    *count = written;
-    return 0;
+    return Transfer(m_file, buffer, count, max, ::WriteFile, SFileCode::kWrite);
 }
 
 long SFile::Seek(DWORD* position, DWORD method) const
