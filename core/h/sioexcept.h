@@ -8,11 +8,14 @@
 
 #include "sexcept.h"
 
-/// The run-time's or the system's input or output failed. The message is the run-time's text for the value that errno has
-/// when the exception is constructed.
+/// Input or output failed. Without a message of its own it has the run-time's text for the value that errno has when it is
+/// constructed.
 class CVCORE_API SEIOException : public SException {
 public:
     SEIOException(const char* function, const char* file, unsigned long line, long error);
+    /// With a message of its own.
+    SEIOException(const char* function, const char* file, unsigned long line, long error,
+                  const SString& message);
     const wchar_t* GetExceptionName() const override;
 
     /// The error number that the thrower gave.

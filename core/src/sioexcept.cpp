@@ -7,6 +7,10 @@
 SEIOException::SEIOException(const char* function, const char* file, unsigned long line, long error)
     : SException(function, file, line, SString(std::strerror(errno))), m_error(error)
 {}
+SEIOException::SEIOException(const char* function, const char* file, unsigned long line, long error,
+                             const SString& message)
+    : SException(function, file, line, message), m_error(error)
+{}
 const wchar_t* SEIOException::GetExceptionName() const
 {
     return L"SEIOException";

@@ -1,0 +1,156 @@
+// sstream.cpp: streams, filters, and numbers in the binary form.
+#include "sstream.h"
+
+#include "sioexcept.h"
+
+#include <algorithm>
+#include <utility>
+
+S_IMPLEMENT_DYNAMIC(SInputStream, SObject)
+S_IMPLEMENT_DYNAMIC(SOutputStream, SObject)
+S_IMPLEMENT_DYNAMIC(SInputBinaryStream, SInputStream)
+S_IMPLEMENT_DYNAMIC(SOutputBinaryStream, SOutputStream)
+
+// ---- SInputStream, SOutputStream ----
+
+unsigned long SInputStream::Skip(unsigned long bytes)
+{
+    char passed[4096];
+    unsigned long done = 0;
+    while (done < bytes) {
+        const unsigned long wanted = std::min<unsigned long>(bytes - done, sizeof passed);
+        const unsigned long got = Read(passed, wanted);
+        done += got;
+        if (got < wanted)
+            break;
+    }
+    return done;
+}
+
+void SInputStream::Close() {}
+void SOutputStream::Flush() {}
+void SOutputStream::Close() {}
+
+// ---- Filters ----
+
+SInputFilter::~SInputFilter()
+{
+    SInputStream* const inner = std::exchange(m_inner, nullptr);
+    if (m_owns)
+        delete inner;
+}
+
+unsigned long SInputFilter::Read(void* data, unsigned long bytes, unsigned long unit)
+{
+    return m_inner->Read(data, bytes, unit);
+}
+
+unsigned long SInputFilter::Skip(unsigned long bytes)
+{
+    return m_inner->Skip(bytes);
+}
+
+unsigned long SInputFilter::Available()
+{
+    return m_inner->Available();
+}
+
+void SInputFilter::Close()
+{
+    if (m_owns && m_inner)
+        m_inner->Close();
+}
+
+SOutputFilter::~SOutputFilter()
+{
+    SOutputStream* const inner = std::exchange(m_inner, nullptr);
+    if (m_owns)
+        delete inner;
+}
+
+unsigned long SOutputFilter::Write(const void* data, unsigned long bytes, unsigned long unit)
+{
+    return m_inner->Write(data, bytes, unit);
+}
+
+void SOutputFilter::Flush()
+{
+    m_inner->Flush();
+}
+
+void SOutputFilter::Close()
+{
+    if (m_owns && m_inner)
+        m_inner->Close();
+}
+
+// ---- Numbers ----
+
+namespace {
+
+template <class T>
+void ReadNumber(SInputBinaryStream& in, T& value, const char* signature, unsigned long line)
+{
+    T read;
+    if (in.Read(&read, sizeof read, sizeof read) != sizeof read)
+        throw SEEOFException(signature, __FILE__, line);
+    value = read;
+}
+
+const char kByteSignature[] =
+    "class SInputBinaryStream &__thiscall SInputBinaryStream::operator >>(unsigned char &)";
+const char kShortSignature[] =
+    "class SInputBinaryStream &__thiscall SInputBinaryStream::operator >>(unsigned short &)";
+const char kLongSignature[] = "class SInputBinaryStream &__thiscall SInputBinaryStream::operator >>(long &)";
+const char kUnsignedSignature[] =
+    "class SInputBinaryStream &__thiscall SInputBinaryStream::operator >>(unsigned long &)";
+
+} // namespace
+
+SInputBinaryStream& SInputBinaryStream::operator>>(unsigned char& value)
+{
+    ReadNumber(*this, value, kByteSignature, __LINE__);
+    return *this;
+}
+
+SInputBinaryStream& SInputBinaryStream::operator>>(unsigned short& value)
+{
+    ReadNumber(*this, value, kShortSignature, __LINE__);
+    return *this;
+}
+
+SInputBinaryStream& SInputBinaryStream::operator>>(long& value)
+{
+    ReadNumber(*this, value, kLongSignature, __LINE__);
+    return *this;
+}
+
+SInputBinaryStream& SInputBinaryStream::operator>>(unsigned long& value)
+{
+    ReadNumber(*this, value, kUnsignedSignature, __LINE__);
+    return *this;
+}
+
+SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned char value)
+{
+    Write(&value, sizeof value, sizeof value);
+    return *this;
+}
+
+SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned short value)
+{
+    Write(&value, sizeof value, sizeof value);
+    return *this;
+}
+
+SOutputBinaryStream& SOutputBinaryStream::operator<<(long value)
+{
+    Write(&value, sizeof value, sizeof value);
+    return *this;
+}
+
+SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned long value)
+{
+    Write(&value, sizeof value, sizeof value);
+    return *this;
+}
