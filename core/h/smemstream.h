@@ -1,8 +1,9 @@
 // smemstream.h: streams over memory.
 //
-//     SOutputGlobal out;
-//     SOutputBinaryStream(out) << layout;
-//     registry.Set(name, out.GetBlob());
+//     SOutputGlobal bytes;
+//     SOutputBinaryStream out(bytes);
+//     out << layout;
+//     registry.Set(name, bytes.GetBlob());
 //
 //     SInputGlobal in(registry.Get(name));
 #ifndef SMEMSTREAM_H

@@ -1,9 +1,10 @@
 // szipstream.h: streams that compress and expand bytes as raw deflate (RFC 1951), without header or check sum.
 //
 //     SOutputFile file(path);
-//     SDeflaterOutputStream out(file);
-//     SOutputBinaryStream(out) << layout;
-//     out.Close();                                              // writes the end of the compressed data
+//     SDeflaterOutputStream packed(file);
+//     SOutputBinaryStream out(packed);
+//     out << layout;
+//     packed.Close();                                           // writes the end of the compressed data
 //     file.Close();
 //
 // Failure  damaged data throws SEZipException, data that ends too early SEEOFException; no memory SEOutOfMemory.

@@ -24,6 +24,10 @@ unsigned long Sum(unsigned long mine, unsigned long inner)
 
 } // namespace
 
+// Exported for clients that take their addresses.
+constexpr unsigned long SInputBufferStream::kUsualBytes;
+constexpr unsigned long SOutputBufferStream::kUsualBytes;
+
 // ---- SInputBufferStream ----
 
 SInputBufferStream::SInputBufferStream(SInputStream& inner, unsigned long bufferBytes)

@@ -166,6 +166,9 @@ bool SBlob::IsOwn() const noexcept
     return m_data && m_data != NullData() && m_data->Refs() == 1;
 }
 
+// Exported for clients that take its address.
+constexpr unsigned long SBlob::kNotRecorded;
+
 // ---- Memory ----
 
 int SBlob::Alloc(unsigned long size)

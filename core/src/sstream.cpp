@@ -11,6 +11,11 @@ S_IMPLEMENT_DYNAMIC(SOutputStream, SObject)
 S_IMPLEMENT_DYNAMIC(SInputBinaryStream, SInputStream)
 S_IMPLEMENT_DYNAMIC(SOutputBinaryStream, SOutputStream)
 
+// Exported for clients that take their addresses.
+constexpr unsigned long SInputStream::kUnknown;
+constexpr unsigned long SInputStream::kRun;
+constexpr unsigned long SOutputStream::kRun;
+
 // ---- SInputStream, SOutputStream ----
 
 unsigned long SInputStream::Skip(unsigned long bytes)

@@ -1,6 +1,9 @@
 // symtab.cpp: named values.
 #include "symtab.h"
 
+// Exported for clients that take its address.
+constexpr long SSymbolTable::kAnyId;
+
 bool SSymbolTable::Set(const SString& name, long id, const SString& value)
 {
     // A name that is added for nothing, because its symbol could not be, goes again.
