@@ -1,6 +1,8 @@
 // Files that get their new content whole or keep the old one.
 #include "safefile.h"
 
+#include "curdir.h"
+
 #include "support/counters.h"
 #include "support/importpatch.h"
 #include "support/stringhelp.h"
@@ -55,6 +57,16 @@ TEST(SafeFile, ReplacesTheContentWholeOrNotAtAll)
     }
     EXPECT_EQ("new", TempFolder::Content(path)) << "and without it";
     EXPECT_EQ(1, TempFolder::Entries(folder.Path()));
+    {
+        SSafeFile file;
+        SCurrentDirectory there;
+        ASSERT_EQ(1, there.Assign(SString(folder.Path().c_str()), 1));
+        ASSERT_EQ(0, file.Begin(L"plan.txt"));
+        EXPECT_EQ(0, file.Write("relative", 8));
+        there.Restore(0);
+        EXPECT_EQ(0, file.Commit()) << "the current directory is another one by now";
+        EXPECT_EQ("relative", TempFolder::Content(path));
+    }
     const SString other = SString(folder.Path(L"made.txt").c_str());
     EXPECT_EQ(0, SSafeFile::Replace(other, "", 0));
     EXPECT_EQ("", TempFolder::Content(folder.Path(L"made.txt")));

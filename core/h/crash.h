@@ -73,8 +73,8 @@ auto SRunGuarded(Work&& work) -> decltype(work())
     typedef decltype(work()) Result;
     typedef std::remove_reference_t<Work> Called;
     if constexpr (std::is_void_v<Result>) {
-        SCallGuarded([](void* context) { (*static_cast<Called*>(context))(); },
-                     const_cast<std::remove_const_t<Called>*>(std::addressof(work)));
+        Called* called = std::addressof(work); // may be a function, which no void* can point to
+        SCallGuarded([](void* context) { (**static_cast<Called**>(context))(); }, &called);
     } else if constexpr (std::is_reference_v<Result>) {
         std::remove_reference_t<Result>* result = nullptr;
         SRunGuarded([&] { result = std::addressof(work()); });

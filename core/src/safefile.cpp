@@ -49,9 +49,9 @@ long SSafeFile::Begin(const SString& path)
     const long named = name.Init(path);
     if (named < 0)
         return named;
-    Sweep(path);
-    m_temporary = TemporaryName(path);
-    m_path = path;
+    m_path = FullPath(path); // the current directory may change before Commit
+    Sweep(m_path);
+    m_temporary = TemporaryName(m_path);
     m_state = 0;
     const HANDLE file = ::CreateFileW(SystemPath(m_temporary), GENERIC_WRITE | DELETE, 0, nullptr, CREATE_NEW,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -33,6 +33,13 @@ SystemPath::SystemPath(const SString& path) : m_path(path)
     m_path = full.Compare(L"\\\\", 2) == 0 ? kLongServer + full.Mid(2) : kLong + full;
 }
 
+SString FullPath(const SString& path)
+{
+    return TextOfSystem(static_cast<DWORD>(path.Length()) + MAX_PATH, [&](wchar_t* buffer, DWORD room) {
+        return ::GetFullPathNameW(path, room, buffer, nullptr);
+    });
+}
+
 SString WithoutLongPrefix(const SString& path)
 {
     if (path.CompareNoCase(kLongServer, kLongServerLength) == 0)

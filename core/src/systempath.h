@@ -15,6 +15,9 @@ private:
     SString m_path;
 };
 
+/// A path made full: from the current directory, without steps and slashes. Empty when the system refuses it.
+SString FullPath(const SString& path);
+
 /// A path without "\\?\" or "\\?\UNC" in front.
 SString WithoutLongPrefix(const SString& path);
 
