@@ -330,3 +330,18 @@ TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)
         }
     }
 }
+
+TEST(StringNumbers, OfEveryWholeTypeAreWritten)
+{
+    EXPECT_STREQ(L"4294967295", SString(4294967295u));
+    EXPECT_STREQ(L"-9223372036854775808", SString(std::numeric_limits<long long>::min()));
+    EXPECT_STREQ(L"18446744073709551615", SString(std::numeric_limits<unsigned long long>::max()));
+    EXPECT_STREQ(L"0", SString(0ull));
+    SStringBuffer buffer;
+    buffer << 1u << L' ' << -2ll << L' ' << 3ull << L' ' << 0.5 << L' ' << std::wstring_view(L"view");
+    EXPECT_STREQ(L"1 -2 3 0.5 view", SString(buffer));
+    SString text(L"old");
+    text = nullptr;
+    EXPECT_STREQ(L"", text);
+    EXPECT_STREQ(L"", SString(nullptr));
+}

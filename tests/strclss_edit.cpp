@@ -437,3 +437,19 @@ TEST(StringCursors, WalkCharactersLinesWordsAndParts)
     EXPECT_STREQ(L"kept", third.Str());
     EXPECT_EQ(2, third.SaveState());
 }
+
+TEST(StringCursors, ServeExpressionsOnOnePiece)
+{
+    SString::line_iterator line(SString(L"one\nthree"));
+    EXPECT_EQ(3, line->Length());
+    const SString first = *line++;
+    EXPECT_STREQ(L"one", first);
+    EXPECT_EQ(5, line++->Length());
+    EXPECT_FALSE(line);
+    static_assert(!std::is_constructible<SString::const_iterator, SString>::value, "over a temporary");
+    SString::const_iterator at(first, 1);
+    EXPECT_FALSE(at.IsWhitespace());
+    const SString blank(L"a\u00a0");
+    EXPECT_TRUE(SString::const_iterator(blank, 1).IsWhitespace());
+    EXPECT_FALSE(SString::const_iterator(blank, 2).IsWhitespace());
+}

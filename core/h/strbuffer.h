@@ -57,7 +57,15 @@ public:
     SStringBuffer& operator<<(const SString& text) { return Append(text); }
     SStringBuffer& operator<<(long number) { return Append(SString(number)); }
     SStringBuffer& operator<<(int number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(unsigned number) { return Append(SString(number)); }
     SStringBuffer& operator<<(unsigned long number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(long long number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(unsigned long long number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(double number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(std::wstring_view text)
+    {
+        return Append(text.data(), static_cast<int>(text.size()));
+    }
 
     // ---- Look and care ----
 

@@ -23,6 +23,7 @@
 #include "safemem.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <functional>
 #include <iosfwd>
 #include <string_view>
@@ -67,6 +68,7 @@ public:
     inline SString(const SString& other);
     SString(SString&& other) noexcept : m_text(other.m_text) { other.m_text = EmptyText(); }
     SString(const wchar_t* text);
+    SString(std::nullptr_t) noexcept : m_text(EmptyText()) {}
     /// At most `n` characters of the text; it ends at a NUL before that.
     SString(const wchar_t* text, int n);
     /// The characters from `first` up to, not including, `last`, NULs too. Empty when `last` is not above `first`.
@@ -80,8 +82,11 @@ public:
     explicit SString(wchar_t) = delete; // a character is no number: say how often it is to stand
     explicit SString(char) = delete;
     explicit SString(int number);
+    explicit SString(unsigned number);
     explicit SString(long number);
     explicit SString(unsigned long number);
+    explicit SString(long long number);
+    explicit SString(unsigned long long number);
     /// The shortest text that ToDouble reads back to the same value, with a point whatever the locale: "0.1", "1e+300",
     /// "inf", "-inf", "nan".
     explicit SString(double number);
@@ -111,6 +116,11 @@ public:
     SString& operator=(const SStringBuffer& buffer);
     SString& operator=(const wchar_t* text);
     SString& operator=(const char* text);
+    SString& operator=(std::nullptr_t)
+    {
+        Empty();
+        return *this;
+    }
     /// One character; a NUL makes the string empty.
     SString& operator=(wchar_t c);
     SString& operator=(char c);
@@ -722,6 +732,11 @@ std::basic_ostream<wchar_t, Traits>& operator<<(std::basic_ostream<wchar_t, Trai
 {
     return stream << std::basic_string_view<wchar_t, Traits>(text, static_cast<size_t>(text.Length()));
 }
+
+/// A narrow stream would print the address: say SUtf8String or SAnsiString.
+template <class Traits>
+std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& stream,
+                                             const SString& text) = delete;
 
 template <>
 struct std::hash<SString> {

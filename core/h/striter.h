@@ -34,6 +34,8 @@ public:
     explicit const_iterator(const SString& string, int index = 0) noexcept
         : m_string(&string), m_at(string.GetPointerAt(index))
     {}
+    /// A temporary would be gone by the next statement: see SStringCopyIterator.
+    explicit const_iterator(const SString&& string, int index = 0) = delete;
 
     /// The character; the terminator at the end.
     reference operator*() const { return *m_at; }
@@ -106,6 +108,16 @@ public:
     /// The piece, in a buffer of its own.
     SString operator*() const { return SString(m_first, m_last); }
     operator SString() const { return **this; }
+    /// The piece for one expression: it->Length().
+    class Arrow {
+    public:
+        explicit Arrow(SString&& piece) noexcept : m_piece(std::move(piece)) {}
+        const SString* operator->() const { return &m_piece; }
+
+    private:
+        SString m_piece;
+    };
+    Arrow operator->() const { return Arrow(**this); }
     /// The first character of the piece, inside the whole text; null when there is no piece.
     const wchar_t* GetPointer() const { return m_first; }
     /// Characters of the piece.
@@ -148,7 +160,12 @@ public:
         AdvanceNext();
         return *this;
     }
-    void operator++(int) { AdvanceNext(); }
+    line_iterator operator++(int)
+    {
+        line_iterator before(*this);
+        AdvanceNext();
+        return before;
+    }
 };
 
 /// Words: runs of letters, digits and marks on letters; an apostrophe between two of them belongs to the word ("don't").
@@ -170,7 +187,12 @@ public:
         AdvanceNext();
         return *this;
     }
-    void operator++(int) { AdvanceNext(); }
+    word_iterator operator++(int)
+    {
+        word_iterator before(*this);
+        AdvanceNext();
+        return before;
+    }
 };
 
 /// Parts between separators, empty ones too: "a;;b" has three, "a;" has two. An empty text has none.
@@ -194,7 +216,12 @@ public:
         AdvanceNext();
         return *this;
     }
-    void operator++(int) { AdvanceNext(); }
+    parts_iterator operator++(int)
+    {
+        parts_iterator before(*this);
+        AdvanceNext();
+        return before;
+    }
 
 private:
     wchar_t m_separator;

@@ -164,7 +164,8 @@ constexpr wchar_t kNotANumber[] = L"nan";
 const wchar_t* const kTrueWords[] = { L"true", L"yes", L"on" };
 
 // Decimal digits, two a step, written towards the front; returns the first.
-wchar_t* WriteDigits(wchar_t* end, unsigned long number)
+template <class Unsigned>
+wchar_t* WriteDigits(wchar_t* end, Unsigned number)
 {
     static const char kPairs[] =
         "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
@@ -182,29 +183,50 @@ wchar_t* WriteDigits(wchar_t* end, unsigned long number)
     return end;
 }
 
+// A whole number in decimal.
+struct NumberText {
+    wchar_t digits[20]; // the longest: 20 digits, or a sign and 19
+    wchar_t* first;
+
+    template <class T>
+    explicit NumberText(T number)
+    {
+        typedef std::make_unsigned_t<T> Unsigned;
+        const Unsigned value = static_cast<Unsigned>(number);
+        const bool isNegative = number < T();
+        first = WriteDigits(digits + std::size(digits), isNegative ? Unsigned() - value : value);
+        if (isNegative)
+            *--first = L'-';
+    }
+    int Length() const { return static_cast<int>(digits + std::size(digits) - first); }
+};
+
 } // namespace
 
 // ---- Number texts ----
 
+SString::SString(long long number)
+{
+    const NumberText text(number);
+    Init(text.first, text.Length());
+}
+SString::SString(unsigned long long number)
+{
+    const NumberText text(number);
+    Init(text.first, text.Length());
+}
 SString::SString(long number)
 {
-    wchar_t digits[12];
-    wchar_t* const end = digits + std::size(digits);
-    wchar_t* first = WriteDigits(end, number < 0 ? 0ul - static_cast<unsigned long>(number) : number);
-    if (number < 0)
-        *--first = L'-';
-    Init(first, static_cast<int>(end - first));
+    const NumberText text(number);
+    Init(text.first, text.Length());
 }
-
-SString::SString(int number) : SString(static_cast<long>(number)) {}
-
 SString::SString(unsigned long number)
 {
-    wchar_t digits[12];
-    wchar_t* const end = digits + std::size(digits);
-    const wchar_t* first = WriteDigits(end, number);
-    Init(first, static_cast<int>(end - first));
+    const NumberText text(number);
+    Init(text.first, text.Length());
 }
+SString::SString(int number) : SString(static_cast<long>(number)) {}
+SString::SString(unsigned number) : SString(static_cast<unsigned long>(number)) {}
 
 SString::SString(double number)
 {

@@ -14,6 +14,12 @@ namespace {
 
 constexpr wchar_t kDefaultAlphabet[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 
+// A length for one of the members that add text. One beyond the limit stays so, and is refused there.
+int LengthOrRefusal(size_t length)
+{
+    return static_cast<int>(std::min<size_t>(length, SString::kMaxLength + size_t{ 1 }));
+}
+
 size_t Size(int n)
 {
     return static_cast<size_t>(n);
@@ -82,7 +88,7 @@ SString& SString::operator+=(const SString& text)
 SString& SString::operator+=(const wchar_t* text)
 {
     const size_t length = SSafeStrLen(text);
-    ConcatInPlace(length > kMaxLength ? kMaxLength : static_cast<int>(length), text);
+    ConcatInPlace(LengthOrRefusal(length), text);
     return *this;
 }
 
@@ -248,8 +254,7 @@ SString& SString::Insert(const wchar_t* text, int position)
 {
     const size_t length = SSafeStrLen(text);
     if (length > 0)
-        Splice(std::clamp(position, 0, Length()), 0, text,
-               static_cast<int>(std::min<size_t>(length, kMaxLength)));
+        Splice(std::clamp(position, 0, Length()), 0, text, LengthOrRefusal(length));
     return *this;
 }
 

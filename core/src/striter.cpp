@@ -28,7 +28,8 @@ bool IsApostrophe(wchar_t c)
 
 bool SString::const_iterator::IsWhitespace() const
 {
-    return !IsEnd() && SString(m_at, m_at + 1).IsWhitespace();
+    WORD kind = 0;
+    return !IsEnd() && ::GetStringTypeW(CT_CTYPE1, m_at, 1, &kind) && (kind & C1_SPACE) != 0;
 }
 
 // ---- SStringCopyIterator ----
