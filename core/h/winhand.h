@@ -1,0 +1,96 @@
+// winhand.h: SHandleMap, from a handle of the system to the object that wraps it. All wrappers use this one.
+//
+// A permanent object belongs to the program: it was attached to its handle. A temporary one was made for a foreign handle and
+// lives until the next idle clean-up, unless somebody holds the lock.
+//
+// Threads  the user-interface thread; nothing is locked.
+// Failure  entering an object throws SEOutOfMemory and changes nothing.
+// Cost     logarithmic; the handle that was asked for last costs a comparison.
+#ifndef WINHAND_H
+#define WINHAND_H
+
+#include "cvbase.h"
+#include "smap.h"
+
+/// While one lives, the idle loop deletes no temporary objects.
+class CVCORE_API STempMapLock {
+public:
+    STempMapLock() noexcept { ++Count(); }
+    ~STempMapLock() { --Count(); }
+    STempMapLock(const STempMapLock&) = delete;
+    STempMapLock& operator=(const STempMapLock&) = delete;
+
+    /// How many there are, in the process.
+    static long& Count() noexcept;
+};
+
+/// `Object` has a static Object* MakeTemporary(Handle), which throws when it cannot, and a static void
+/// EndTemporary(Object*), which lets the handle alone.
+template <class Handle, class Object>
+class SHandleMap {
+public:
+    SHandleMap() = default;
+    SHandleMap(const SHandleMap&) = delete;
+    SHandleMap& operator=(const SHandleMap&) = delete;
+    ~SHandleMap() { DeleteTemporary(); }
+
+    Object* FindPermanent(Handle handle)
+    {
+        if (handle == m_lastHandle)
+            return m_lastObject;
+        Object* const* const found = handle ? m_permanent.Find(handle) : nullptr;
+        m_lastHandle = handle;
+        m_lastObject = found ? *found : nullptr;
+        return m_lastObject;
+    }
+    /// The permanent object, the temporary one, or a new temporary one; null for a null handle.
+    Object* FindOrMake(Handle handle)
+    {
+        if (!handle)
+            return nullptr;
+        if (Object* const permanent = FindPermanent(handle))
+            return permanent;
+        if (Object* const* const temporary = m_temporary.Find(handle))
+            return *temporary;
+        Object* const made = Object::MakeTemporary(handle);
+        try {
+            m_temporary.Set(handle, made);
+        }
+        catch (...) {
+            Object::EndTemporary(made);
+            throw;
+        }
+        return made;
+    }
+    void SetPermanent(Handle handle, Object* object)
+    {
+        m_permanent.Set(handle, object);
+        m_lastHandle = Handle();
+        m_lastObject = nullptr;
+    }
+    void RemovePermanent(Handle handle) noexcept
+    {
+        m_permanent.Remove(handle);
+        m_lastHandle = Handle();
+        m_lastObject = nullptr;
+    }
+    /// Ends all temporary objects in the order of their handles.
+    void DeleteTemporary() noexcept
+    {
+        // Taken out first: the end of an object may lead back here.
+        SMap<Handle, Object*> ended;
+        ended.swap(m_temporary);
+        for (const auto& [handle, object] : ended)
+            Object::EndTemporary(object);
+    }
+    int CountPermanent() const { return m_permanent.Count(); }
+    int CountTemporary() const { return m_temporary.Count(); }
+
+private:
+    SMap<Handle, Object*> m_permanent;
+    SMap<Handle, Object*> m_temporary;
+    Handle m_lastHandle = Handle();
+    Object* m_lastObject = nullptr;
+};
+
+#endif

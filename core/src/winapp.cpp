@@ -1,0 +1,341 @@
+// winapp.cpp: the message loop, idle work, commands from outside.
+#include "winapp.h"
+
+#include "callback.h"
+#include "crash.h"
+#include "crashlog.h"
+#include "modalst.h"
+#include "notifmgr.h"
+#include "sfile.h"
+#include "smenu.h"
+
+#include <utility>
+
+S_IMPLEMENT_DYNAMIC(SWinApp, SCmdTarget)
+
+namespace {
+
+SWinApp* g_app = nullptr;
+int g_exiting = 0;
+
+constexpr UINT kSystemTimer = 0x0118;
+constexpr UINT kHoverFirst = 0x02A0, kHoverLast = 0x02A3;
+constexpr wchar_t kQueueMessage[] = L"DispatcherProcessQueue";
+
+const struct {
+    const wchar_t* start;
+    int kind;
+} kCommands[] = {
+    { L"open(\"", SWinApp::AssyncCommand::kOpen },
+    { L"openworkspace(\"", SWinApp::AssyncCommand::kOpenWorkspace },
+    { L"runscript(\"", SWinApp::AssyncCommand::kRunScript },
+    { L"quit(", SWinApp::AssyncCommand::kQuit },
+};
+
+bool IsMessageWaiting()
+{
+    MSG waiting;
+    return ::PeekMessageW(&waiting, nullptr, 0, 0, PM_NOREMOVE) != FALSE;
+}
+
+// Input is what a person does, as against what the system asks for.
+bool IsMouseMove(UINT message)
+{
+    return message == WM_MOUSEMOVE || message == WM_NCMOUSEMOVE;
+}
+
+} // namespace
+
+SWinApp::SWinApp()
+    : m_mainWnd(nullptr),
+      m_message(),
+      m_lastNumber(0),
+      m_lastMessage(),
+      m_lastMouse(),
+      m_idleAnnounced(0),
+      m_needIdle(0),
+      m_idleCount(0),
+      m_instance(nullptr),
+      m_show(SW_SHOWNORMAL),
+      m_waitCount(0),
+      m_cursorBefore(nullptr)
+{
+    if (!g_app)
+        g_app = this;
+}
+
+SWinApp::~SWinApp()
+{
+    if (g_app == this)
+        g_app = nullptr;
+}
+
+SWinApp* SWinApp::Get() noexcept
+{
+    return g_app;
+}
+
+int SWinApp::Init(HINSTANCE instance, HINSTANCE, char* commandLine, int show)
+{
+    m_instance = instance ? instance : ::GetModuleHandleW(nullptr);
+    m_show = show;
+    m_commandLine = commandLine ? SString(commandLine) : SString(::GetCommandLineW());
+    m_appName = GetExeName();
+    return 1;
+}
+
+// ---- The loop ----
+
+int SWinApp::Run()
+{
+    if (m_needIdle)
+        m_idleCount = 0;
+    m_needIdle = 0;
+    for (;;) {
+        DoIdle();
+        do {
+            if (!PumpMessage())
+                return ExitInstance();
+        } while (IsMessageWaiting());
+    }
+}
+
+int SWinApp::ExitInstance()
+{
+    return static_cast<int>(m_message.wParam);
+}
+
+// What keeps a window painted and alive goes through.
+int SWinApp::IsDroppedForModalState() const
+{
+    const SModalState* const modal = SModalState::GetCurrent();
+    if (!modal || modal->IsEnabled() || m_message.hwnd != modal->GetOwnerWnd())
+        return FALSE;
+    switch (m_message.message) {
+    case WM_TIMER:
+    case WM_PAINT:
+    case WM_SIZE:
+    case WM_MOVE:
+    case WM_SHOWWINDOW:
+    case WM_SYSCOMMAND:
+    case WM_MOUSELEAVE: return FALSE;
+    default: return TRUE;
+    }
+}
+
+int SWinApp::PumpMessage()
+{
+    if (VectoredExceptionHook::IsInstalled() && VectoredExceptionHook::IsKnownException()) {
+        AppendToExceptionLogPrefixed(VectoredExceptionHook::FormatException(VectoredExceptionHook::kShow, 1),
+                                     nullptr, -1);
+        VectoredExceptionHook::FormatException(VectoredExceptionHook::kForget, 1);
+    }
+    const BOOL got = ::GetMessageW(&m_message, nullptr, 0, 0);
+    SRethrowParked(); // of a message that was sent from elsewhere meanwhile
+    if (!got)
+        return FALSE;
+    if (IsDroppedForModalState())
+        return TRUE;
+    if (IsIdleMessage(&m_message)) {
+        if (!m_needIdle)
+            m_idleCount = 0;
+        m_needIdle = 1;
+    }
+    if (m_message.message == kKickIdle)
+        return TRUE;
+    // A nested loop puts messages of its own into the current one.
+    MSG message = m_message;
+    if (message.message != 0 && PreTranslateMessage(&message))
+        return TRUE;
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+    SRethrowParked();
+    return TRUE;
+}
+
+int SWinApp::PreTranslateMessage(MSG* message)
+{
+    const HWND main = m_mainWnd ? m_mainWnd->GetHandle() : nullptr;
+    return main && message->hwnd && SWnd::WalkPreTranslateTree(main, message);
+}
+
+int SWinApp::IsIdleMessage(MSG* message)
+{
+    if (::GetCapture())
+        return FALSE;
+    static const UINT kQueue = ::RegisterWindowMessageW(kQueueMessage);
+    static HWND queueWindow = nullptr;
+    if (message->message == kQueue && !queueWindow)
+        queueWindow = message->hwnd;
+    if (queueWindow && message->hwnd == queueWindow)
+        return FALSE;
+    const UINT number = message->message;
+    if (IsMouseMove(number)) {
+        if (number == m_lastNumber && message->pt.x == m_lastMouse.x && message->pt.y == m_lastMouse.y)
+            return FALSE;
+        m_lastMouse = message->pt;
+        m_lastNumber = number;
+        if (m_idleAnnounced)
+            return TRUE;
+    } else {
+        if (number == WM_PAINT || number == kSystemTimer)
+            return FALSE;
+        if (m_idleAnnounced) {
+            if (number == WM_MOUSEWHEEL || number == WM_TIMER ||
+                (number >= kHoverFirst && number <= kHoverLast))
+                return TRUE;
+            m_idleAnnounced = 0;
+            m_idleCount = 0;
+        }
+    }
+    m_lastMessage = *message;
+    return TRUE;
+}
+
+// ---- Idle work ----
+
+int SWinApp::DoIdle()
+{
+    while (m_needIdle && !IsMessageWaiting()) {
+        SRethrowParked(); // asking lets messages of other threads through
+        const SHandlerGuard guard;
+        RunAsyncCommands();
+        const int more = OnIdle(m_idleCount);
+        ++m_idleCount;
+        if (!more) {
+            SetNeedOnIdle(0);
+            SNotificationManager::Notify(SNotificationManager::kIdleDone, 0, 0);
+        } else {
+            ::Sleep(0);
+        }
+    }
+    return static_cast<int>(m_idleCount);
+}
+
+int SWinApp::OnIdle(long count)
+{
+    if (count == 0) {
+        SNotificationManager::Notify(SNotificationManager::kIdleStep, 0, 0);
+        if (!m_idleAnnounced) {
+            m_idleAnnounced = 1;
+            SNotificationManager::Notify(SNotificationManager::kFirstIdle, 0, 0);
+        }
+    } else if (count == 1) {
+        long& locks = STempMapLock::Count();
+        ++locks;
+        if (--locks == 0) {
+            const SHandlerGuard guard;
+            SWnd::DeleteTempMap();
+            SMenu::DeleteTempMap();
+        }
+    }
+    return count <= 0;
+}
+
+void SWinApp::SetNeedOnIdle(int need)
+{
+    if (!need != !m_needIdle)
+        m_idleCount = 0;
+    m_needIdle = need;
+}
+
+void SWinApp::IdleStep(int step)
+{
+    if (step)
+        ++m_idleCount;
+}
+
+SWnd* SWinApp::GetOwnerWnd()
+{
+    return m_mainWnd;
+}
+
+SWnd* SWinApp::GetFrameWnd()
+{
+    return m_mainWnd;
+}
+
+// ---- Commands from outside ----
+
+int SWinApp::OnDDECommand(wchar_t* command)
+{
+    const SString text(command);
+    for (const auto& known : kCommands) {
+        const int length = static_cast<int>(std::wcslen(known.start));
+        if (text.CompareNoCase(known.start, length) != 0)
+            continue;
+        // Up to the closing quote; without one up to the end.
+        const int end = text.FindPos(L'"', length);
+        const bool isQuit = known.kind == AssyncCommand::kQuit;
+        m_commands.Add({ known.kind, isQuit
+                                         ? SString()
+                                         : text.Mid(length, end < 0 ? SString::kMaxLength : end - length) });
+        if (!m_needIdle)
+            m_idleCount = 0;
+        m_needIdle = 1;
+        if (m_mainWnd && m_mainWnd->GetHandle())
+            ::PostMessageW(m_mainWnd->GetHandle(), kKickIdle, 0, 0);
+        return TRUE;
+    }
+    return FALSE;
+}
+
+// Each is taken out before it runs, so one that throws does not come again and those behind it stay.
+void SWinApp::RunAsyncCommands()
+{
+    while (m_commands.Count() > 0) {
+        const AssyncCommand command = m_commands[0];
+        m_commands.Remove(0);
+        OnAsyncCommand(command.kind, command.argument);
+    }
+}
+
+void SWinApp::OnAsyncCommand(int kind, const SString&)
+{
+    if (kind == AssyncCommand::kQuit && m_mainWnd && m_mainWnd->GetHandle())
+        ::PostMessageW(m_mainWnd->GetHandle(), WM_CLOSE, 0, 0);
+}
+
+// ---- The wait cursor ----
+
+void SWinApp::DoWaitCursor(int change)
+{
+    if (change > 0 && m_waitCount++ == 0)
+        m_cursorBefore = ::SetCursor(::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT)));
+    else if (change < 0 && m_waitCount > 0 && --m_waitCount == 0)
+        ::SetCursor(m_cursorBefore);
+    else if (change == 0 && m_waitCount > 0)
+        ::SetCursor(::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT)));
+}
+
+// ---- Look ----
+
+SString SWinApp::GetExeFileName() const
+{
+    wchar_t path[MAX_PATH + 1];
+    const DWORD length = ::GetModuleFileNameW(m_instance, path, MAX_PATH);
+    return SString(path, static_cast<int>(length));
+}
+
+SString SWinApp::GetExeName() const
+{
+    const SString path = GetExeFileName();
+    const SString name = path.Mid(path.ReverseFindPos(L'\\') + 1);
+    const int mark = name.ReverseFindPos(L'.');
+    return mark < 0 ? name : name.Left(mark);
+}
+
+int SWinApp::IsRegServerCmdLine() const
+{
+    return m_commandLine.MatchNoCase(L"*/regserver*") || m_commandLine.MatchNoCase(L"*-regserver*");
+}
+
+void SWinApp::SetExiting(int exiting) noexcept
+{
+    g_exiting = exiting;
+}
+
+int SWinApp::IsExiting() noexcept
+{
+    return g_exiting;
+}
