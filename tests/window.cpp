@@ -6,6 +6,8 @@
 #include "crash.h"
 #include "modalst.h"
 #include "notifmgr.h"
+#include "sgdi.h"
+#include "sgeom.h"
 #include "smenu.h"
 #include "winapp.h"
 #include "winctl.h"
@@ -294,6 +296,86 @@ TEST_F(Windows, BringTheirMenusUpToDateWhenTheyOpen)
     SMenu::DeleteTempMap();
 }
 
+namespace {
+
+class App : public SWinApp {
+public:
+    int OnIdle(long count) override
+    {
+        steps.push_back(count);
+        return SWinApp::OnIdle(count);
+    }
+    void OnAsyncCommand(int kind, const SString& argument) override
+    {
+        See(std::to_string(kind) + ":" + std::string(argument.begin(), argument.end()));
+        if (argument == L"bad")
+            throw std::invalid_argument("bad command");
+        SWinApp::OnAsyncCommand(kind, argument);
+    }
+    /// Pumps all that waits, with idle work, as Run does.
+    void Turn()
+    {
+        DoIdle();
+        MSG waiting;
+        while (::PeekMessageW(&waiting, nullptr, 0, 0, PM_NOREMOVE) && PumpMessage()) {}
+        DoIdle();
+    }
+    std::vector<long> steps;
+};
+
+int DDE(App& app, const wchar_t* command)
+{
+    SString text(command);
+    wchar_t* const buffer = text.LockBuffer();
+    const int taken = app.OnDDECommand(buffer);
+    text.UnlockBuffer();
+    return taken;
+}
+
+HWND WINAPI Captured()
+{
+    return reinterpret_cast<HWND>(1);
+}
+
+} // namespace
+
+TEST_F(Windows, AndTheOtherWrappersKeepOneMapEach)
+{
+    const HPEN foreign = ::CreatePen(PS_SOLID, 1, 0), own = ::CreatePen(PS_SOLID, 2, 0);
+    SGdiObject* const temporary = SGdiObject::FromHandle(foreign);
+    EXPECT_EQ(temporary, SGdiObject::FromHandle(foreign));
+    EXPECT_EQ(nullptr, SGdiObject::FromHandlePermanent(foreign));
+    EXPECT_EQ(nullptr, SFontOld::FromHandle(nullptr));
+    {
+        SGdiObject pen;
+        EXPECT_EQ(1, pen.Attach(own));
+        EXPECT_EQ(0, SGdiObject().Attach(nullptr));
+        EXPECT_EQ(&pen, SGdiObject::FromHandle(own));
+        SDC context;
+        context.Attach(::CreateCompatibleDC(nullptr));
+        EXPECT_EQ(&context, SDC::FromHandle(context.GetHandle()));
+        {
+            const STempMapLock lock;
+            App app;
+            app.OnIdle(1);
+            EXPECT_EQ(temporary, SGdiObject::FromHandle(foreign)) << "somebody holds the lock";
+        }
+    }
+    App().OnIdle(1);
+    EXPECT_EQ(OBJ_PEN, static_cast<int>(::GetObjectType(foreign)))
+        << "a temporary object leaves its handle alone";
+    EXPECT_EQ(0u, ::GetObjectType(own)) << "a permanent one does not";
+    ::DeleteObject(foreign);
+
+    SRect rect(SPoint(1, 2), SSize(10, 20));
+    EXPECT_EQ(SRect(1, 2, 11, 22), rect);
+    rect.Deflate(1, 2);
+    EXPECT_EQ(SSize(8, 16), rect.Size());
+    EXPECT_TRUE(rect.Contains(rect.TopLeft()) && !rect.Contains(SPoint(rect.right, rect.top)));
+    EXPECT_EQ(SRect(5, 5, 10, 9), rect.Intersection(SRect(5, 5, 50, 9)));
+    EXPECT_TRUE(rect.Intersection(SRect(100, 0, 200, 9)).IsEmpty() && SRect(5, 0, 4, 9).IsEmpty());
+}
+
 // ---- Forms ----
 
 namespace {
@@ -477,49 +559,6 @@ TEST_F(Windows, CallEachFormWithItsArgumentsAndResult)
 }
 
 // ---- The application ----
-
-namespace {
-
-class App : public SWinApp {
-public:
-    int OnIdle(long count) override
-    {
-        steps.push_back(count);
-        return SWinApp::OnIdle(count);
-    }
-    void OnAsyncCommand(int kind, const SString& argument) override
-    {
-        See(std::to_string(kind) + ":" + std::string(argument.begin(), argument.end()));
-        if (argument == L"bad")
-            throw std::invalid_argument("bad command");
-        SWinApp::OnAsyncCommand(kind, argument);
-    }
-    /// Pumps all that waits, with idle work, as Run does.
-    void Turn()
-    {
-        DoIdle();
-        MSG waiting;
-        while (::PeekMessageW(&waiting, nullptr, 0, 0, PM_NOREMOVE) && PumpMessage()) {}
-        DoIdle();
-    }
-    std::vector<long> steps;
-};
-
-int DDE(App& app, const wchar_t* command)
-{
-    SString text(command);
-    wchar_t* const buffer = text.LockBuffer();
-    const int taken = app.OnDDECommand(buffer);
-    text.UnlockBuffer();
-    return taken;
-}
-
-HWND WINAPI Captured()
-{
-    return reinterpret_cast<HWND>(1);
-}
-
-} // namespace
 
 TEST_F(Windows, AreRunByTheApplicationUntilTheMainOneGoes)
 {

@@ -3,8 +3,6 @@
 
 #include "cmdui.h"
 
-#include <utility>
-
 S_IMPLEMENT_DYNCREATE(SMenu, SObject)
 
 long& STempMapLock::Count() noexcept
@@ -19,38 +17,9 @@ SHandleMap<HMENU, SMenu>& SMenu::Map()
     return map;
 }
 
-SMenu* SMenu::MakeTemporary(HMENU menu)
+void SMenu::End(HMENU handle) noexcept
 {
-    SMenu* const made = new SMenu;
-    made->m_handle = menu;
-    return made;
-}
-
-void SMenu::EndTemporary(SMenu* menu) noexcept
-{
-    menu->m_handle = nullptr;
-    delete menu;
-}
-
-SMenu::~SMenu()
-{
-    DestroyMenu();
-}
-
-int SMenu::Attach(HMENU menu)
-{
-    if (!menu)
-        return FALSE;
-    Map().SetPermanent(menu, this);
-    m_handle = menu;
-    return TRUE;
-}
-
-HMENU SMenu::Detach() noexcept
-{
-    if (m_handle)
-        Map().RemovePermanent(m_handle);
-    return std::exchange(m_handle, nullptr);
+    ::DestroyMenu(handle);
 }
 
 int SMenu::DestroyMenu() noexcept
@@ -59,26 +28,11 @@ int SMenu::DestroyMenu() noexcept
     return menu && ::DestroyMenu(menu);
 }
 
-SMenu* SMenu::FromHandle(HMENU menu)
-{
-    return Map().FindOrMake(menu);
-}
-
-SMenu* SMenu::FromHandlePermanent(HMENU menu)
-{
-    return Map().FindPermanent(menu);
-}
-
-void SMenu::DeleteTempMap() noexcept
-{
-    Map().DeleteTemporary();
-}
-
 void SMenu::UpdateItems(SCmdTarget* target)
 {
-    const int count = ::GetMenuItemCount(m_handle);
+    const int count = ::GetMenuItemCount(GetHandle());
     for (int i = 0; i < count; ++i) {
-        const UINT id = ::GetMenuItemID(m_handle, i);
+        const UINT id = ::GetMenuItemID(GetHandle(), i);
         if (id == 0 || id == static_cast<UINT>(-1))
             continue;
         SCmdUI ui;

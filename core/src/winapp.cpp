@@ -6,7 +6,7 @@
 #include "crashlog.h"
 #include "modalst.h"
 #include "notifmgr.h"
-#include "sfile.h"
+#include "sgdi.h"
 #include "smenu.h"
 
 #include <utility>
@@ -226,7 +226,11 @@ int SWinApp::OnIdle(long count)
         if (--locks == 0) {
             const SHandlerGuard guard;
             SWnd::DeleteTempMap();
+            SImageList::DeleteTempMap();
             SMenu::DeleteTempMap();
+            SDC::DeleteTempMap();
+            SGdiObject::DeleteTempMap();
+            SFontOld::DeleteTempMap();
         }
     }
     return count <= 0;
