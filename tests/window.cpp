@@ -6,6 +6,7 @@
 #include "crash.h"
 #include "modalst.h"
 #include "notifmgr.h"
+#include "sdlg.h"
 #include "sgdi.h"
 #include "sgeom.h"
 #include "smenu.h"
@@ -710,4 +711,82 @@ TEST_F(Windows, AreOfferedMessagesFromTheirTargetUpwards)
     EXPECT_STREQ(L"x", text);
     EXPECT_EQ(IDNO, SWnd::GetDefaultMBReturn(MB_YESNO | MB_DEFBUTTON2));
     EXPECT_EQ(IDABORT, SWnd::GetDefaultMBReturn(MB_ABORTRETRYIGNORE));
+}
+
+// ---- Dialogs ----
+
+namespace {
+
+/// A template in memory: no controls, no menu, the usual class, no title.
+struct {
+    DLGTEMPLATE dialog = { WS_POPUP | WS_CAPTION, 0, 0, 0, 0, 60, 30 };
+    WORD rest[3] = {};
+} g_template;
+
+class Dialog : public SDlg {
+public:
+    int OnInitDialog() override
+    {
+        See(FromHandlePermanent(GetHandle()) == this ? "init" : "init unattached");
+        if (throws)
+            throw std::runtime_error("no dialog today");
+        if (owner)
+            See(::IsWindowEnabled(owner->GetHandle()) ? "owner enabled" : "owner rests");
+        ::PostMessageW(GetHandle(), WM_COMMAND, command, 0);
+        return 1;
+    }
+    void OnOK() override
+    {
+        See(owner && ::IsWindowEnabled(owner->GetHandle()) ? "ok" : "ok, owner rests");
+        if (throwsInOk)
+            throw std::out_of_range("bad entry");
+        SDlg::OnOK();
+    }
+    void PostNcDestroy() override { See("gone"); }
+
+    bool throws = false, throwsInOk = false;
+    WPARAM command = IDOK;
+    SWnd* owner = nullptr;
+};
+
+} // namespace
+
+TEST_F(Windows, OfDialogsRunUntilTheyAreAnswered)
+{
+    Window owner;
+    ASSERT_TRUE(owner.Make());
+    g_seen.clear();
+    Dialog dialog;
+    dialog.owner = &owner;
+    EXPECT_EQ(IDOK, dialog.DoModal(&g_template.dialog, &owner));
+    EXPECT_EQ("init owner enabled ok, owner rests gone ", g_seen);
+    EXPECT_TRUE(::IsWindowEnabled(owner.GetHandle()));
+    EXPECT_EQ(nullptr, dialog.GetHandle());
+    dialog.command = IDCANCEL;
+    EXPECT_EQ(IDCANCEL, dialog.DoModal(&g_template.dialog, &owner));
+    EXPECT_EQ(-1, dialog.DoModal(static_cast<const DLGTEMPLATE*>(nullptr), &owner));
+    EXPECT_EQ(-1, dialog.DoModal(L"no such template", &owner));
+
+    dialog.command = IDOK;
+    dialog.throwsInOk = true;
+    EXPECT_THROW(dialog.DoModal(&g_template.dialog, &owner), std::out_of_range);
+    EXPECT_EQ(nullptr, dialog.GetHandle());
+    EXPECT_TRUE(::IsWindowEnabled(owner.GetHandle())) << "also when a handler threw";
+    dialog.throws = true;
+    EXPECT_THROW(dialog.DoModal(&g_template.dialog, &owner), std::runtime_error);
+    EXPECT_EQ(nullptr, dialog.GetHandle());
+
+    Dialog modeless;
+    modeless.command = 0;
+    ASSERT_EQ(TRUE, modeless.Create(&g_template.dialog, &owner));
+    EXPECT_EQ(FALSE, modeless.Create(&g_template.dialog, &owner)) << "it is there already";
+    modeless.EndDialog(5);
+    EXPECT_EQ(nullptr, modeless.GetHandle());
+    ::PostQuitMessage(7);
+    Dialog waiting;
+    waiting.command = 0;
+    EXPECT_EQ(-1, waiting.DoModal(&g_template.dialog, &owner));
+    MSG message;
+    EXPECT_TRUE(::PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE)) << "for the loop outside";
+    EXPECT_EQ(7u, message.wParam);
 }

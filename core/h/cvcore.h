@@ -27,6 +27,7 @@
 #include "salloc.h"
 #include "sbufstream.h"
 #include "sdlist.h"
+#include "sdlg.h"
 #include "sexcept.h"
 #include "sfile.h"
 #include "sfilestream.h"

@@ -8,6 +8,7 @@
 #include "crash.h"
 #include "handledesc.h"
 #include "winapp.h"
+#include "wndcreate.h"
 
 #include <utility>
 
@@ -98,52 +99,6 @@ SString SWnd::GetHandleDescription(HWND window)
 }
 
 // ---- Creating ----
-
-// Attaches the object of a CreateEx that is on its way to the first window that comes up.
-class SWndCreation {
-public:
-    explicit SWndCreation(SWnd* window)
-        : m_before(s_current),
-          m_window(window),
-          m_hook(::SetWindowsHookExW(WH_CBT, OnEvent, nullptr, ::GetCurrentThreadId()))
-    {
-        s_current = this;
-    }
-    ~SWndCreation()
-    {
-        s_current = m_before;
-        if (m_hook)
-            ::UnhookWindowsHookEx(m_hook);
-    }
-    SWndCreation(const SWndCreation&) = delete;
-    SWndCreation& operator=(const SWndCreation&) = delete;
-
-    bool IsHooked() const { return m_hook != nullptr; }
-
-private:
-    __attribute__((force_align_arg_pointer)) static LRESULT CALLBACK OnEvent(int code, WPARAM wParam,
-                                                                             LPARAM lParam)
-    {
-        SWndCreation* const current = s_current;
-        if (code == HCBT_CREATEWND && current && current->m_window) {
-            SWnd* const window = std::exchange(current->m_window, nullptr);
-            const LRESULT refused = SRunCallback(LRESULT{ 1 }, [&]() -> LRESULT {
-                window->Attach(reinterpret_cast<HWND>(wParam));
-                window->PutProcedure();
-                return 0;
-            });
-            if (refused)
-                return refused;
-        }
-        return ::CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
-    static SWndCreation* s_current;
-    SWndCreation* m_before;
-    SWnd* m_window;
-    HHOOK m_hook;
-};
-SWndCreation* SWndCreation::s_current = nullptr;
 
 // Puts our procedure in front, unless the window's class has it already.
 void SWnd::PutProcedure()
