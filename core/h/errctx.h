@@ -195,6 +195,8 @@ protected:
     ///
     /// A line alone says nothing, so it is dropped when there is neither context nor word. A null word is no word.
     SString AddMessageContext(SString text, const wchar_t* classWord, long code);
+    /// What the constructor does: ClearContext, and the class words on first use.
+    void Init();
 
 private:
     enum Kind { kWarning, kError, kFatal };
@@ -202,7 +204,6 @@ private:
 
     /// For classes that are never copied: only the texts are made, empty.
     SDErrorContext(const SDErrorContext&);
-    void Init();
 
     template <class Format, class... Arguments>
     SString Log(Kind kind, long code, Format format, const Arguments&... arguments)

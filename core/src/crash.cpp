@@ -122,6 +122,7 @@ constexpr wchar_t kUncaught[] = L"*** Exception that nobody caught\n";
 
 void LogFromContext(const wchar_t* headline, EXCEPTION_POINTERS* pointers)
 {
+    AbandonExceptionLog(); // the fault may have come in the middle of a record
     StackWalk walk;
     ScanStack(walk, pointers->ExceptionRecord->ExceptionAddress,
               reinterpret_cast<const void*>(pointers->ContextRecord->Esp));

@@ -39,7 +39,8 @@ public:
     WriterTurn() noexcept
     {
         const DWORD self = ::GetCurrentThreadId();
-        for (DWORD waitedMs = 0; waitedMs < kPatienceMs; ++waitedMs) {
+        // By the clock: one sleep may last as long as fifteen.
+        for (const DWORD begun = ::GetTickCount(); ::GetTickCount() - begun < kPatienceMs;) {
             DWORD holder = 0;
             m_mine = g_writer.compare_exchange_strong(holder, self);
             if (m_mine || holder == self)
@@ -169,7 +170,7 @@ bool LockLog(HANDLE file, OVERLAPPED& place)
 {
     place = OVERLAPPED();
     place.OffsetHigh = 0x7FFFFFFF;
-    for (DWORD waitedMs = 0; waitedMs < kPatienceMs / 4; ++waitedMs) {
+    for (const DWORD begun = ::GetTickCount(); ::GetTickCount() - begun < kPatienceMs / 4;) {
         if (::LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
             return true;
         ::Sleep(1);

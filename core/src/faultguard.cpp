@@ -26,6 +26,7 @@ struct FaultInWork {
     std::atomic<int> taken{ 0 };
     HandlerRecord* guard; // whose turn it was
     bool overflow;        // the stack is used up
+    bool reported;        // the log has been told, or has been begun to be
     EXCEPTION_RECORD record;
     CONTEXT context;
     EXCEPTION_POINTERS pointers;
@@ -103,6 +104,7 @@ constexpr wchar_t kHeadline[] = L"*** Fault caught by a guard";
 void Report(FaultInWork* fault, const StackWalk& walk)
 {
     const SMachineFault described = DescribeFault(fault->record);
+    fault->reported = true; // before it is: a fault in the log must not come back to it
     LogFault(kHeadline, described, walk, &fault->pointers);
     NoteKnownException(described);
 }
@@ -161,8 +163,9 @@ extern "C" {
 // The thread comes here on a stack that ends just below its guard: after an overflow, and after a fault in CvOnFault.
 [[noreturn]] __attribute__((force_align_arg_pointer, fastcall, used)) void CvOnLostFault(FaultInWork* fault)
 {
-    if (fault->overflow) {
-        // Nothing has been written yet. What lies below is dead by now, but it tells who called whom.
+    if (!fault->reported) {
+        // Nothing has been written yet, and this is the last try. What lies below is dead by now, but it tells who called whom.
+        fault->reported = true;
         StackWalk walk;
         ScanStack(walk, fault->record.ExceptionAddress, reinterpret_cast<const void*>(fault->context.Esp));
         Report(fault, walk);
@@ -228,6 +231,7 @@ EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* cont
     fault->record = *record;
     fault->context = *context;
     fault->pointers = { &fault->record, &fault->context };
+    fault->reported = false;
     fault->overflow = record->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
     guard->fault = fault;
     if (fault->overflow) {
