@@ -2,6 +2,7 @@
 #include "crash.h"
 
 #include "crashlog.h"
+#include "support/allocfail.h"
 #include "support/counters.h"
 #include "support/importpatch.h"
 #include "support/stringhelp.h"
@@ -12,6 +13,7 @@
 #include <atomic>
 #include <cstring>
 #include <cstdlib>
+#include <cwchar>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -158,6 +160,45 @@ __attribute__((noinline)) void FaultDuringUnwinding()
     const FaultsAtItsEnd second;
     Deeper(0, ReadNull);
 }
+// Its tables let an exception pass, but not without looking in at its handler, and behind that is std::terminate.
+__attribute__((noinline)) void CannotThrowAndCatchesOthers() noexcept
+{
+    try {
+        Deeper(1, ReadNull);
+    }
+    catch (const std::out_of_range&) {
+        g_sink = 2;
+    }
+}
+struct CatchesOthersAtItsEnd {
+    ~CatchesOthersAtItsEnd() { CannotThrowAndCatchesOthers(); }
+};
+__attribute__((noinline)) void DestructorCatchesOthers()
+{
+    const CatchesOthersAtItsEnd last;
+    g_sink = 1;
+}
+__attribute__((noinline)) void CannotThrowAndCatchesIt() noexcept
+{
+    try {
+        Deeper(1, ReadNull);
+    }
+    catch (const SException&) {
+        g_sink = 3;
+    }
+    DivideByZero();
+}
+// What a caller's frame points to is gone, so that the walk over the stack runs into the next fault.
+__attribute__((noinline)) void FaultWithoutFrame()
+{
+    asm volatile("movl $64, %%ebp\n\tmovl $0, 0" : : : "memory");
+    Deeper(1, ReadNull);
+}
+__attribute__((noinline, optimize("no-omit-frame-pointer"))) void FaultInBrokenFrame()
+{
+    const Witness witness;
+    FaultWithoutFrame();
+}
 __attribute__((noinline)) int UseUpTheStack(int depth)
 {
     volatile char room[2000];
@@ -170,6 +211,7 @@ __attribute__((noinline)) int UseUpTheStack(int depth)
 TEST(FaultGuard, ComesBackFromWhereNoExceptionCanPass)
 {
     const TempLog log;
+    const std::terminate_handler terminate = std::get_terminate();
     const struct {
         const char* where;
         void (*cause)();
@@ -177,6 +219,10 @@ TEST(FaultGuard, ComesBackFromWhereNoExceptionCanPass)
     } kCases[] = {
         { "a statement that cannot throw", FaultBesideDestructor, EXCEPTION_ACCESS_VIOLATION },
         { "a noexcept function", CannotThrow, EXCEPTION_ACCESS_VIOLATION },
+        { "one with a handler for others", CannotThrowAndCatchesOthers, EXCEPTION_ACCESS_VIOLATION },
+        { "a destructor with one", DestructorCatchesOthers, EXCEPTION_ACCESS_VIOLATION },
+        { "one that caught a fault before", CannotThrowAndCatchesIt, EXCEPTION_INT_DIVIDE_BY_ZERO },
+        { "a frame that is broken", FaultInBrokenFrame, EXCEPTION_ACCESS_VIOLATION },
         { "a callback of the run-time", FaultBelowTheRunTime, EXCEPTION_ACCESS_VIOLATION },
         { "a destructor, during unwinding", FaultDuringUnwinding, EXCEPTION_INT_DIVIDE_BY_ZERO },
         { "a stack that is used up", [] { g_sink = UseUpTheStack(0); }, EXCEPTION_STACK_OVERFLOW },
@@ -187,8 +233,50 @@ TEST(FaultGuard, ComesBackFromWhereNoExceptionCanPass)
         EXPECT_EQ(c.code, FaultOf(c.cause).GetCode());
     }
     EXPECT_EQ(2, Occurrences(log.Text(), "stack overflow (0xC00000FD)\r\n"));
-    EXPECT_EQ(static_cast<int>(std::size(kCases)) + 1, Occurrences(log.Text(), "*** Fault caught by a guard"))
-        << "the fault in the destructor is the second of its case";
+    EXPECT_EQ(static_cast<int>(std::size(kCases)) + 2, Occurrences(log.Text(), "*** Fault caught by a guard"))
+        << "two of the cases have two faults";
+    EXPECT_NE(terminate, nullptr);
+    EXPECT_EQ(terminate, std::get_terminate());
+}
+
+TEST(FaultGuard, EndsWhatTheSkippedFramesHadBegun)
+{
+    const TempLog log;
+    const unsigned precision = ::_controlfp(0, 0);
+    std::exception_ptr parked;
+    const SEMachineFault fault = FaultOf([&] {
+        try {
+            SRunGuarded(DivideByZero);
+        }
+        catch (...) {
+            parked = std::current_exception();
+        }
+        ::_controlfp(_PC_24 | _RC_DOWN, _MCW_PC | _MCW_RC);
+        try {
+            throw std::out_of_range("held by a handler");
+        }
+        catch (const std::exception&) {
+            CopyFromNull();
+        }
+    });
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, fault.GetCode());
+    EXPECT_FALSE(std::current_exception());
+    EXPECT_EQ(0, std::uncaught_exceptions());
+    EXPECT_EQ(precision, ::_controlfp(0, 0));
+    try {
+        std::rethrow_exception(parked);
+    }
+    catch (const SEMachineFault& kept) {
+        EXPECT_EQ(EXCEPTION_INT_DIVIDE_BY_ZERO, kept.GetCode()) << "what was caught and kept is not touched";
+    }
+    try {
+        throw std::out_of_range("outside");
+    }
+    catch (const std::exception&) {
+        FaultOf(FaultDuringUnwinding);
+        EXPECT_TRUE(std::current_exception()) << "what was held outside the guard stays held";
+    }
+    EXPECT_EQ(0, std::uncaught_exceptions());
 }
 
 TEST(FaultGuard, LetsResultsExceptionsAndOthersHandlersAlone)
@@ -241,6 +329,21 @@ TEST(FaultGuard, TellsWhereTheFaultWas)
     EXPECT_STREQ(L"msvcrt.dll", SString(FaultOf(CopyFromNull).GetFault().module).ToLower());
     const SException sliced = fault; // by value, as a client may catch it
     EXPECT_STREQ(fault.GetLocation(), sliced.GetLocation()) << "the texts made so far stay with a copy";
+}
+
+TEST(FaultGuard, HasATextWithoutMemory)
+{
+    const TempLog log;
+    const SEMachineFault fault = FaultOf(WriteNear);
+    AllocationFailures failures;
+    failures.Arm(1, FailMode::FromThenOn);
+    const wchar_t* const text = fault.GetText();
+    const wchar_t* const location = fault.GetLocation();
+    failures.Disarm();
+    // Pools of strings may have had room for the one or the other.
+    EXPECT_EQ(0, std::wcsncmp(L"access violation", text, 16));
+    EXPECT_NE(nullptr, location);
+    EXPECT_STREQ(L"access violation (0xC0000005) writing 0x00000010", fault.GetText()) << "later";
 }
 
 TEST(FaultGuard, ServesSeveralThreadsAndLeavesNothingBehind)
@@ -375,6 +478,12 @@ TEST(Hook, LeavesARecordOfEveryEndAndLetsTheEndBeTheSame)
         { L"fault", 99,
           "*** Unhandled fault\r\naccess violation (0xC0000005) writing 0x00000000\r\nat crash_client.exe+" },
         { L"suspended", 99, "*** Unhandled fault\r\n" },
+        { L"dialog", 99, "*** Unhandled fault\r\n" },
+        { L"overflow", 99, "*** Unhandled fault\r\nstack overflow (0xC00000FD)\r\nat crash_client.exe+" },
+        { L"guarded-overflow", 99, "*** Unhandled fault\r\nstack overflow (0xC00000FD)\r\n" },
+        { L"passed-by", 99,
+          "*** Unhandled fault\r\naccess violation (0xC0000005) reading 0x00000000\r\nat msvcrt.dll+" },
+        { L"other-filter", 97, "*** Unhandled fault\r\n" },
         { L"throw", 98, "*** Exception that nobody caught\r\nstd::out_of_range: no such row\r\n" },
         { L"broken", 0, "*** Fault with a broken chain of handlers\r\n" },
         { L"removed", 99, nullptr },
@@ -390,5 +499,6 @@ TEST(Hook, LeavesARecordOfEveryEndAndLetsTheEndBeTheSame)
         }
         const std::string text = log.Text();
         EXPECT_TRUE(c.record ? text.find(c.record) != text.npos : text.empty()) << text;
+        EXPECT_GE(1, Occurrences(text, "***") - Occurrences(text, "f.cpp(1): shown")) << text;
     }
 }

@@ -38,6 +38,34 @@ BOOL WINAPI WriteWithFault(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*)
     *g_nowhere = 1;
     return TRUE;
 }
+BOOL WINAPI WriteAndEndThread(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*)
+{
+    ::TerminateThread(::GetCurrentThread(), 0);
+    return FALSE;
+}
+// Leaves the record the way a callback is left whose fault the system swallows.
+void* g_outside[5];
+BOOL WINAPI WriteAndLeave(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*)
+{
+    __builtin_longjmp(g_outside, 1);
+}
+__attribute__((noinline)) void AppendAndLeave()
+{
+    if (__builtin_setjmp(g_outside) == 0)
+        AppendToExceptionLogPrefixed(L"lost");
+}
+DWORD WINAPI AppendInThread(void*)
+{
+    AppendToExceptionLogPrefixed(L"lost");
+    return 0;
+}
+HANDLE WINAPI NoDumpFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                         DWORD how, DWORD flags, HANDLE like)
+{
+    if (std::wcsstr(path, L".dmp"))
+        return NoFile(path, access, share, security, how, flags, like);
+    return ::CreateFileW(path, access, share, security, how, flags, like);
+}
 HMODULE WINAPI NoLibrary(const wchar_t*)
 {
     return nullptr;
@@ -112,10 +140,24 @@ TEST(ExceptionLog, WhatCannotBeWrittenIsLeftOutAndSaid)
         const ImportPatch fault("CVCore16.dll", "KERNEL32.dll", "WriteFile", WriteWithFault);
         EXPECT_THROW(SRunGuarded([] { AppendToExceptionLogPrefixed(L"lost"); }), SEMachineFault);
     }
-    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"after all"))
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"after a fault"))
         << "a record that broke off must not block the log";
-    EXPECT_EQ(std::string::npos, log.Text().find("lost"));
-    EXPECT_NE(std::string::npos, log.Text().find("after all"));
+    {
+        const ImportPatch leave("CVCore16.dll", "KERNEL32.dll", "WriteFile", WriteAndLeave);
+        AppendAndLeave();
+    }
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"after a jump"));
+    {
+        const ImportPatch end("CVCore16.dll", "KERNEL32.dll", "WriteFile", WriteAndEndThread);
+        const HANDLE thread = ::CreateThread(nullptr, 0, AppendInThread, nullptr, 0, nullptr);
+        ::WaitForSingleObject(thread, INFINITE);
+        ::CloseHandle(thread);
+    }
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"after a thread's end"));
+    const std::string text = log.Text();
+    EXPECT_EQ(std::string::npos, text.find("lost"));
+    for (const char* kept : { "after a fault", "after a jump", "after a thread's end" })
+        EXPECT_NE(std::string::npos, text.find(kept)) << kept;
 }
 
 TEST(ExceptionLog, IsUsuallyInTheLocalApplicationData)
@@ -188,6 +230,12 @@ TEST(ExceptionDumps, AreWrittenBesideTheLogWhenAskedFor)
     }
     ASSERT_EQ(1, SSetExceptionDumps(1));
     EXPECT_THROW(SRunGuarded([] { *g_nowhere = 1; }), SEMachineFault);
+    {
+        const ImportPatch refused("CVCore16.dll", "KERNEL32.dll", "CreateFileW", NoDumpFile);
+        EXPECT_THROW(SRunGuarded([] { *g_nowhere = 1; }), SEMachineFault);
+    }
+    EXPECT_NE(std::string::npos, log.Text().find("no dump: it could not be written to "))
+        << "the record stays";
     SSetExceptionDumps(0);
     EXPECT_THROW(SRunGuarded([] { *g_nowhere = 1; }), SEMachineFault);
     std::smatch found;
@@ -197,5 +245,5 @@ TEST(ExceptionDumps, AreWrittenBesideTheLogWhenAskedFor)
     EXPECT_EQ(0u, path.find(log.Path()));
     EXPECT_EQ("MDMP", TempLog::Read(path).substr(0, 4));
     ::DeleteFileW(path.c_str());
-    EXPECT_EQ(std::string::npos, found.suffix().str().find("dump ")) << "only while asked for";
+    EXPECT_EQ(std::string::npos, text.substr(text.rfind("====")).find("dump ")) << "only while asked for";
 }

@@ -30,7 +30,12 @@ public:
         return m_overridden >= 3 ? Keep(2, text) : SDErrorContext::RawErrorOutput(text);
     }
 
-    std::vector<std::wstring> got[3];
+    SString RawFatalOutput(SString text) override
+    {
+        return m_overridden >= 4 ? Keep(3, text) : SDErrorContext::RawFatalOutput(text);
+    }
+
+    std::vector<std::wstring> got[4];
 
 private:
     SString Keep(int where, const SString& text)
@@ -137,24 +142,30 @@ TEST(ErrorContext, CountsAndRemembersEachKindOfProblem)
     EXPECT_EQ(6, sink.FailureCount());
     EXPECT_EQ(7u, sink.got[0].size());
 
+    sink.SetResInstance(::GetModuleHandleW(nullptr));
     Sink copy;
     copy = sink;
     EXPECT_EQ(5, copy.GetLineNo());
-    EXPECT_EQ(6, copy.FailureCount());
+    EXPECT_EQ(4, copy.ErrorCount());
+    EXPECT_EQ(2, copy.WarningCount());
+    EXPECT_EQ(E_OUTOFMEMORY, copy.LastErrorCode());
+    EXPECT_EQ(3, copy.LastWarningCode());
     EXPECT_STREQ(sink.LastErrorText(), copy.LastErrorText());
+    EXPECT_STREQ(L"a.txt : Warning 3: w2", copy.LastWarningText());
     EXPECT_STREQ(L"a.txt", copy.GetContextText());
+    EXPECT_EQ(::GetModuleHandleW(nullptr), copy.GetResInstance());
 }
 
 TEST(ErrorContext, OutputsNotOverriddenPassDownTheCascade)
 {
-    const size_t kExpected[3][3] = { { 4, 0, 0 }, { 1, 3, 0 }, { 1, 1, 2 } };
-    for (int overridden = 1; overridden <= 3; ++overridden) {
+    const size_t kExpected[4][4] = { { 4, 0, 0, 0 }, { 1, 3, 0, 0 }, { 1, 1, 2, 0 }, { 1, 1, 1, 1 } };
+    for (int overridden = 1; overridden <= 4; ++overridden) {
         Sink sink(overridden);
         sink.LogMessage(L"m");
         sink.LogWarning(L"w");
         sink.LogError(L"e");
         sink.LogFatal(L"f");
-        for (int where = 0; where < 3; ++where)
+        for (int where = 0; where < 4; ++where)
             EXPECT_EQ(kExpected[overridden - 1][where], sink.got[where].size())
                 << overridden << " at " << where;
     }
@@ -169,6 +180,10 @@ TEST(ErrorContext, TakesFormatsFromResourcesAndCountsWhatIsMissing)
     EXPECT_STREQ(L"<Fatal Error>", sink.LogMessage(284));
     EXPECT_STREQ(L"<Error: Warning>", sink.LogError(282));
     EXPECT_EQ(-1, sink.LastErrorCode()) << "a format's number is a code only where codes are logged";
+    EXPECT_STREQ(L"<Warning: Error>", sink.LogWarning(283));
+    EXPECT_EQ(-1, sink.LastWarningCode());
+    EXPECT_STREQ(L"Fatal Error: Error", sink.LogFatal(283));
+    EXPECT_EQ(-1, sink.LastErrorCode());
     EXPECT_STREQ(L"<Error : 282: Warning>", sink.LogCodedError(282));
     EXPECT_EQ(282, sink.LastErrorCode());
     EXPECT_STREQ(L"<Warning : 283: Error>", sink.LogCodedWarning(283u, L"unused")) << "unsigned: a number";
@@ -176,7 +191,7 @@ TEST(ErrorContext, TakesFormatsFromResourcesAndCountsWhatIsMissing)
     EXPECT_STREQ(L"<Warning : 9999: >", sink.LogCodedWarning(9999));
     EXPECT_STREQ(L"<Error: >", sink.LogError(static_cast<const wchar_t*>(nullptr)));
     EXPECT_STREQ(L"<Error: >", sink.LogError(nullptr));
-    EXPECT_EQ(7, sink.FailureCount());
+    EXPECT_EQ(9, sink.FailureCount());
 
     SModuleState state(::GetModuleHandleW(nullptr));
     EXPECT_EQ(library, sink.SetResInstance(&state));

@@ -182,6 +182,15 @@ TEST_F(Dialogs, AreShownOnlyWhereTheyAreAllowedAndNotInsideOneAnother)
     SExceptionDialog("f", 1, L"outer");
     EXPECT_EQ(0, inner);
     EXPECT_EQ(1u, g_boxes.size());
+    g_whileShown = [] { SReportDamage("void F()", "f.cpp", 7, L"damage (this line is expected)"); };
+    SExceptionDialog("f", 1, L"outer");
+    EXPECT_NE(std::string::npos, log.Text().find("f.cpp(7): void F()\r\n   damage"))
+        << "damage that is found meanwhile is not lost";
+    g_boxes.resize(1);
+    g_whileShown = [] { throw 1; };
+    SExceptionDialog("f", 1, L"a hook that throws has not answered");
+    EXPECT_EQ(1, g_realBoxes);
+    g_boxes.resize(1);
     g_whileShown = nullptr;
     SExceptionDialog("f", 3, L"later");
     EXPECT_EQ(2u, g_boxes.size());
@@ -290,11 +299,14 @@ TEST_F(Dialogs, BoxesAreAnsweredByTheHookElseUnattendedElseByTheUser)
     SSetUnattended(0);
     UnattendedQuery() = [] { return 1; };
     EXPECT_EQ(IDCONTINUE, ShowDbgMessageBox(L"t", L"c", MB_YESNO));
+    UnattendedQuery() = []() -> int { throw 1; };
+    EXPECT_EQ(IDCANCEL, ShowDbgMessageBox(L"t", L"c", MB_YESNO));
+    EXPECT_EQ(2, g_realBoxes);
     UnattendedQuery() = nullptr;
     DbgMessageBoxHook() = nullptr;
     EXPECT_EQ(IDCANCEL, ShowDbgMessageBox(L"t", L"c", MB_YESNO));
     EXPECT_EQ(unsigned(MB_YESNO | MB_ICONHAND | MB_TOPMOST | MB_SETFOREGROUND), g_realType);
-    EXPECT_EQ(2, g_realBoxes);
+    EXPECT_EQ(3, g_realBoxes);
     g_hasUser32 = false;
     EXPECT_EQ(0, ShowDbgMessageBox(L"t", L"c", MB_YESNO)) << "no system to show it";
 }

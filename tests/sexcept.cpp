@@ -11,9 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <cwchar>
+#include <functional>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -33,8 +36,10 @@ const SEOutOfMemory g_keptPlaces[] = {
     SEOutOfMemory("g", "same", 1),
 };
 
+int g_asked;
 int KnowsOneCode(long hr, SString* text)
 {
+    ++g_asked;
     if (hr != static_cast<long>(0x80990099))
         return 0;
     *text = L"The door is locked.";
@@ -44,6 +49,14 @@ int KnowsNothing(long, SString*)
 {
     return 0;
 }
+// Three that know any code, each by its own text; which comes first is the linker's choice.
+template <int kNumber>
+int KnowsAll(long, SString* text)
+{
+    text->Format(L"%d", kNumber);
+    return 1;
+}
+const SResultFormat kKnowAll[] = { KnowsAll<0>, KnowsAll<1>, KnowsAll<2> };
 
 } // namespace
 
@@ -87,7 +100,20 @@ TEST(Exceptions, FormattersAreAskedUntilOneKnows)
         const SRegisterGetResultFormat twice(KnowsOneCode);
         EXPECT_STREQ(L"\n    HRESULT = 0x80990099\n    The door is locked.",
                      SECOMException("g", "f", 3, kOurs).GetText());
+        g_asked = 0;
         EXPECT_STREQ(L"\n    HRESULT = 0x80990098", SECOMException("g", "f", 3, kOurs - 1).GetText());
+        EXPECT_EQ(1, g_asked) << "once, though it was registered twice";
+        const SECOMException kept("g", "f", 3, kOurs);
+        EXPECT_EQ(kept.GetText(), kept.GetText());
+        EXPECT_EQ(2, g_asked) << "the text is made once";
+    }
+    {
+        const SRegisterGetResultFormat last(kKnowAll[2]), first(kKnowAll[0]), second(kKnowAll[1]);
+        const auto lowest =
+            std::min_element(std::begin(kKnowAll), std::end(kKnowAll), std::less<SResultFormat>());
+        EXPECT_EQ(1, GetResultFormat(E_OUTOFMEMORY, &text));
+        EXPECT_STREQ(SString().Format(L"%d", static_cast<int>(lowest - kKnowAll)), text)
+            << "the first by address, and before the system";
     }
     EXPECT_EQ(0, GetResultFormat(kOurs, &text));
 }

@@ -17,11 +17,15 @@
 //               system, as with a null given to memcpy; such a DLL lies between; the faulting statement stands in a
 //               function that was compiled without -fnon-call-exceptions and has destructors, or in one that is noexcept)
 //               it comes out of the guard's call directly: destructors in between do not run, what they would have
-//               released may leak, and a lock may stay taken. The library itself is compiled with the tables.
+//               released may leak, and a lock may stay taken. Exceptions that handlers in between held are ended, and the
+//               floating-point units compute as they did when the guard was entered. The library itself is compiled with
+//               the tables.
 // Handlers      A handler that the system or another library put up inside the guard is asked first.
 // Threads       a guard serves the thread that entered it; the hook and the log serve the process.
 // Failure       a fault while a fault is dealt with leads to the guard's call as above. Nothing here allocates before the
-//               exception itself is thrown.
+//               exception itself is thrown. While a fault's exception is on its way the process's terminate handler is
+//               ours; a client that sets one of its own at that moment forgoes the way out of noexcept functions that
+//               have handlers.
 // Cost          entering and leaving a guard is a few stores; a fault costs some microseconds, and the log's write.
 #ifndef CRASH_H
 #define CRASH_H
@@ -102,6 +106,15 @@ auto SRunGuarded(Work&& work) -> decltype(work())
 /// A light guard for calls of a client's handler. While one lives and the hook is installed, a fault of its thread is
 /// thrown as an exception where unwinding can pass its frame; else the next guard outside deals with the fault, and when
 /// there is none the program ends as it would without.
+///
+///     try {
+///         const SHandlerGuard guard;
+///         CallHandler(message);      // a call, not the faulting statement itself
+///     }
+///     catch (const SException& e) { ... }
+///
+/// The catch must stand in a function that calls the one with the fault. What the compiler takes for a statement that cannot
+/// throw it leaves out of the try, unless it is told -fnon-call-exceptions.
 class CVCORE_API SHandlerGuard {
 public:
     SHandlerGuard() noexcept;
@@ -125,7 +138,8 @@ private:
     void* m_record[2];
 };
 
-/// The process's hook. While it is installed
+/// The process's hook. Install and Remove may be called on any thread. A program that unloads the library removes it first.
+/// While it is installed
 ///   - handler guards work;
 ///   - a fault that nobody handled, an exception that nobody caught, and a fault whose chain of handlers has been
 ///     overwritten leave a record in the exception log before the program ends. What was to happen then (an earlier

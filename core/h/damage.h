@@ -12,8 +12,9 @@ typedef void (*SDamageReporter)(const char* function, const char* file, unsigned
                                 const wchar_t* text);
 
 /// Installs who hears of damage and returns the one before; null stands for the usual one. That allows the unexpected-
-/// exception dialog (excdlg.h), whether it was suppressed or not, and shows the report in it; in console mode it writes
-/// one line to the debugger's output and to standard error instead. Process-wide; set it before other threads run.
+/// exception dialog (excdlg.h), whether it was suppressed or not, and shows the report in it; in console mode, and while
+/// another report is shown, it writes one line to the debugger's output and to standard error instead, in the latter case
+/// also a record to the exception log. Process-wide; set it before other threads run.
 CVCORE_API SDamageReporter SSetDamageReporter(SDamageReporter reporter);
 
 /// Hands a report to the reporter. What the reporter throws is swallowed.

@@ -19,7 +19,7 @@
 // Threads  a context belongs to one thread at a time. The class words and GeneralOutput are the process's, without a lock:
 //          set them up on the main thread.
 // Failure  countable problems are counted, not thrown. Texts throw SEOutOfMemory, which is a failure of its own: then the
-//          problem may not have been counted. What an override throws passes through, with the problem counted.
+//          problem is not counted, or counted with the last text still that of the one before. What an override throws passes through, with the problem counted.
 // Formats  as in SString::Format; strings may be given as they are. A null format, and an id that the resource module does
 //          not have, give an empty message, which is counted and prefixed like any other.
 #ifndef ERRCTX_H

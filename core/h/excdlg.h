@@ -67,7 +67,7 @@ CVCORE_API int SExceptionDialog_(const char* extra, const char* file, unsigned l
 CVCORE_API int ShowDbgMessageBox(const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
 
 /// Answers a box in the user's place when it returns a positive number; else the box is shown. For tests and for programs
-/// with a message window of their own.
+/// with a message window of their own. One that throws has not answered.
 typedef int (*SDbgMessageBoxHook)(const wchar_t* text, const wchar_t* caption, unsigned type);
 
 /// Where the hook is kept; null at the start.
@@ -89,7 +89,7 @@ CVCORE_API SDbgMessageBoxHook& DbgMessageBoxHook() noexcept;
 CVCORE_API int SSetUnattended(int on) noexcept;
 CVCORE_API int SIsUnattended() noexcept;
 
-/// A host's own answer to whether operation is unattended, beside the flag; nonzero means yes.
+/// A host's own answer to whether operation is unattended, beside the flag; nonzero means yes. One that throws says no.
 typedef int (*SUnattendedQuery)();
 /// Where it is kept; null, which means no, at the start.
 CVCORE_API SUnattendedQuery& UnattendedQuery() noexcept;

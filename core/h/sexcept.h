@@ -90,8 +90,8 @@ public:
 typedef int (*SResultFormat)(long hr, SString* text);
 
 /// A static object of this class makes a formatter known while the object lives. The formatters of a process are asked in
-/// the order of their addresses. Construct and end on the main thread (static initialisation, module load and unload).
-/// The library has one of its own, which gives the system's text for the codes that the system has a text for.
+/// the order of their addresses, each once however often it was registered. When none of them knows a code the system is
+/// asked. Construct and end on the main thread (static initialisation, module load and unload).
 class CVCORE_API SRegisterGetResultFormat {
 public:
     explicit SRegisterGetResultFormat(SResultFormat format);
@@ -106,7 +106,7 @@ private:
     SRegisterGetResultFormat* m_next; // the register is a list through its objects, in the order of m_format
 };
 
-/// Asks the formatters until one knows `hr`; 0 and an untouched text when none does.
+/// Asks the formatters until one knows `hr`, the system last; 0 and an untouched text when none does.
 CVCORE_API int GetResultFormat(long hr, SString* text);
 
 #endif

@@ -1,15 +1,15 @@
 // crash.cpp: the exception that a fault becomes, and the process's hook.
 #include "crash.h"
 
-#include "crashlog.h"
 #include "crashrecord.h"
-#include "describe.h"
 #include "faultguard.h"
 #include "location.h"
+#include "logfile.h"
+#include "passedon.h"
+#include "terminate.h"
 #include "threadblock.h"
 
 #include <atomic>
-#include <exception>
 
 // ---- SEMachineFault ----
 
@@ -27,12 +27,18 @@ SString PlaceText(const SMachineFault& fault)
 // Nothing is allocated here: the fault may have come while a lock of the heap or of a pool was held.
 SEMachineFault::SEMachineFault(const SMachineFault& fault) : SException(SString()), m_fault(fault) {}
 
+// Their texts are asked for in handlers, where nothing may be thrown; without memory there is a plainer one.
 const wchar_t* SEMachineFault::GetText() const
 {
     if (m_message.IsEmpty()) {
         FaultText text;
         FormatFault(m_fault, text);
-        m_message = text.Text();
+        try {
+            m_message = text.Text();
+        }
+        catch (const SEOutOfMemory&) {
+            return FaultName(m_fault.code);
+        }
     }
     return m_message;
 }
@@ -44,8 +50,14 @@ const wchar_t* SEMachineFault::GetExceptionName() const
 
 const wchar_t* SEMachineFault::GetLocation() const
 {
-    if (m_location.IsEmpty())
-        m_location = kThrownFrom + PlaceText(m_fault);
+    if (m_location.IsEmpty()) {
+        try {
+            m_location = kThrownFrom + PlaceText(m_fault);
+        }
+        catch (const SEOutOfMemory&) {
+            return L"";
+        }
+    }
     return m_location;
 }
 
@@ -56,6 +68,7 @@ namespace {
 // Written by the thread that has the fault, read by the loop of another; a spin is enough for two copies of plain data.
 std::atomic_flag g_knownTurn = ATOMIC_FLAG_INIT;
 SMachineFault g_known;
+unsigned g_knownNumber = 0;
 std::atomic<int> g_isKnown{ 0 };
 
 template <class Use>
@@ -73,6 +86,7 @@ void NoteKnownException(const SMachineFault& fault) noexcept
 {
     WithKnown([&] {
         g_known = fault;
+        ++g_knownNumber;
         g_isKnown.store(1);
     });
 }
@@ -86,8 +100,10 @@ SString VectoredExceptionHook::FormatException(int action, int withPlace)
 {
     SMachineFault fault;
     int known = 0;
+    unsigned number = 0;
     WithKnown([&] {
         known = g_isKnown.load();
+        number = g_knownNumber;
         fault = g_known;
     });
     if (!known)
@@ -99,8 +115,12 @@ SString VectoredExceptionHook::FormatException(int action, int withPlace)
         FormatPlace(fault.module, fault.offset, text);
     }
     SString result(text.Text());
-    if (action == kForget)
-        g_isKnown.store(0);
+    if (action == kForget) {
+        WithKnown([&] {
+            if (g_knownNumber == number) // a later one is news still
+                g_isKnown.store(0);
+        });
+    }
     return result;
 }
 
@@ -109,20 +129,16 @@ SString VectoredExceptionHook::FormatException(int action, int withPlace)
 namespace {
 
 std::atomic<int> g_installed{ 0 };
+SRWLOCK g_installing = SRWLOCK_INIT;
+std::atomic<DWORD> g_brokenThread{ 0 };
 void* g_vectored = nullptr;
-LPTOP_LEVEL_EXCEPTION_FILTER g_filterBefore = nullptr;
-std::terminate_handler g_terminateBefore = nullptr;
-// Somebody put another one above ours and may call it for ever.
-bool g_filterStays = false;
-bool g_terminateStays = false;
 
 constexpr wchar_t kBrokenChain[] = L"*** Fault with a broken chain of handlers";
 constexpr wchar_t kUnhandled[] = L"*** Unhandled fault";
-constexpr wchar_t kUncaught[] = L"*** Exception that nobody caught\n";
 
 void LogFromContext(const wchar_t* headline, EXCEPTION_POINTERS* pointers)
 {
-    AbandonExceptionLog(); // the fault may have come in the middle of a record
+    AbandonLogTurn(); // the fault may have come in the middle of a record
     StackWalk walk;
     ScanStack(walk, pointers->ExceptionRecord->ExceptionAddress,
               reinterpret_cast<const void*>(pointers->ContextRecord->Esp));
@@ -145,68 +161,108 @@ bool IsChainWhole()
 }
 
 // Asked first of all, for the one case in which nobody else will be: the system ends a process whose chain is broken
-// without another word.
+// without another word. Once a thread: asking the handlers of such a chain is the next fault, and the one after that.
 __attribute__((force_align_arg_pointer)) LONG CALLBACK OnFirstChance(EXCEPTION_POINTERS* pointers)
 {
     if (IsMachineFault(pointers->ExceptionRecord->ExceptionCode) &&
         pointers->ExceptionRecord->ExceptionCode != static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW) &&
-        !IsChainWhole())
+        !IsChainWhole() && g_brokenThread.exchange(::GetCurrentThreadId()) != ::GetCurrentThreadId())
         LogFromContext(kBrokenChain, pointers);
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-__attribute__((force_align_arg_pointer)) LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers)
+// ---- Faults that nobody handled ----
+
+} // namespace
+
+extern "C" {
+
+__attribute__((force_align_arg_pointer, fastcall, used)) void CvLogUnhandled(EXCEPTION_POINTERS* pointers)
 {
-    if (g_installed.load())
-        LogFromContext(kUnhandled, pointers);
-    return g_filterBefore ? g_filterBefore(pointers) : EXCEPTION_CONTINUE_SEARCH;
+    LogFromContext(kUnhandled, pointers);
 }
 
-void OnTerminate()
-{
-    if (g_installed.load() && std::current_exception())
-        AppendToExceptionLogPrefixed(SDescribeCurrentException(), kUncaught, StackWalk::kMost);
-    if (g_terminateBefore)
-        g_terminateBefore();
-    std::abort();
+// Calls that with the stack pointer at `top`.
+__attribute__((fastcall)) void CvLogUnhandledOn(EXCEPTION_POINTERS* pointers, void* top);
+asm(".text\n"
+    ".globl @CvLogUnhandledOn@8\n"
+    "@CvLogUnhandledOn@8:\n"
+    "    pushl %ebp\n"
+    "    movl %esp, %ebp\n"
+    "    movl %edx, %esp\n"
+    "    call @CvLogUnhandled@4\n"
+    "    movl %ebp, %esp\n"
+    "    popl %ebp\n"
+    "    ret\n");
 }
+
+namespace {
+
+// Where a stack is used up there is no room on it for a record. One such fault at a time; another thread's waits.
+void LogOverflow(EXCEPTION_POINTERS* pointers)
+{
+    constexpr int kStackRoom = 1 << 16;
+    alignas(16) static unsigned char stack[kStackRoom];
+    static std::atomic_flag taken = ATOMIC_FLAG_INIT;
+    while (taken.test_and_set(std::memory_order_acquire))
+        ::Sleep(1);
+    CvLogUnhandledOn(pointers, stack + kStackRoom);
+    taken.clear(std::memory_order_release);
+}
+
+LPTOP_LEVEL_EXCEPTION_FILTER SetFilter(LPTOP_LEVEL_EXCEPTION_FILTER filter)
+{
+    return ::SetUnhandledExceptionFilter(filter);
+}
+
+LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers);
+PassedOn<LPTOP_LEVEL_EXCEPTION_FILTER, SetFilter> g_filter(OnUnhandled);
+
+__attribute__((force_align_arg_pointer)) LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers)
+{
+    const decltype(g_filter)::Turn turn(g_filter);
+    if (!turn.again && g_installed.load()) {
+        if (pointers->ExceptionRecord->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW))
+            LogOverflow(pointers);
+        else
+            LogFromContext(kUnhandled, pointers);
+    }
+    return turn.next ? turn.next(pointers) : EXCEPTION_CONTINUE_SEARCH;
+}
+
+class Installing {
+public:
+    Installing() noexcept { ::AcquireSRWLockExclusive(&g_installing); }
+    ~Installing() { ::ReleaseSRWLockExclusive(&g_installing); }
+    Installing(const Installing&) = delete;
+    Installing& operator=(const Installing&) = delete;
+};
 
 } // namespace
 
 int VectoredExceptionHook::Install() noexcept
 {
+    const Installing installing;
     if (g_installed.load())
         return 1;
     g_vectored = ::AddVectoredExceptionHandler(1, OnFirstChance);
     if (!g_vectored)
         return 0;
-    if (!g_filterStays)
-        g_filterBefore = ::SetUnhandledExceptionFilter(OnUnhandled);
-    if (!g_terminateStays)
-        g_terminateBefore = std::set_terminate(OnTerminate);
+    PrepareHandlerGuards();
+    g_filter.PutUp();
+    UseTerminateHandler();
     g_installed.store(1);
     return 1;
 }
 
 void VectoredExceptionHook::Remove() noexcept
 {
+    const Installing installing;
     if (!g_installed.exchange(0))
         return;
     ::RemoveVectoredExceptionHandler(g_vectored);
-    // What is not ours any more is not ours to take away. Whoever it belongs to may hold on to our address.
-    const std::terminate_handler terminate = std::set_terminate(g_terminateBefore);
-    g_terminateStays = terminate != OnTerminate;
-    if (g_terminateStays)
-        std::set_terminate(terminate);
-    const LPTOP_LEVEL_EXCEPTION_FILTER filter = ::SetUnhandledExceptionFilter(g_filterBefore);
-    g_filterStays = filter != OnUnhandled;
-    if (g_filterStays)
-        ::SetUnhandledExceptionFilter(filter);
-    if (g_filterStays || g_terminateStays) {
-        HMODULE self;
-        ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                             reinterpret_cast<LPCWSTR>(OnUnhandled), &self);
-    }
+    LeaveTerminateHandler();
+    g_filter.TakeAway();
 }
 
 int VectoredExceptionHook::IsInstalled() noexcept

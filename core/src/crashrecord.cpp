@@ -1,6 +1,8 @@
 // crashrecord.cpp: what a machine fault is called and where it happened.
 #include "crashrecord.h"
 
+#include "modulename.h"
+
 namespace {
 
 const struct {
@@ -27,7 +29,7 @@ const struct {
     { 0xC00002B5 /* STATUS_FLOAT_MULTIPLE_TRAPS */, L"floating-point traps" },
 };
 
-const wchar_t* FaultName(DWORD code)
+const wchar_t* KnownName(DWORD code)
 {
     for (const auto& fault : kFaults) {
         if (fault.code == code)
@@ -42,7 +44,13 @@ const wchar_t* const kAccesses[] = { L"", L" reading ", L" writing ", L" executi
 
 bool IsMachineFault(DWORD code) noexcept
 {
-    return FaultName(code) != nullptr;
+    return KnownName(code) != nullptr;
+}
+
+const wchar_t* FaultName(DWORD code) noexcept
+{
+    const wchar_t* const name = KnownName(code);
+    return name ? name : L"exception";
 }
 
 SMachineFault::Access FaultAccess(const EXCEPTION_RECORD& record) noexcept
@@ -76,8 +84,7 @@ SMachineFault DescribeFault(const EXCEPTION_RECORD& record) noexcept
 
 void FormatFault(const SMachineFault& fault, FaultText& text) noexcept
 {
-    const wchar_t* const name = FaultName(fault.code);
-    text << (name ? name : L"exception") << L" (";
+    text << FaultName(fault.code) << L" (";
     text.Hex(fault.code, L"0123456789ABCDEF") << L")" << kAccesses[fault.access];
     if (fault.access != SMachineFault::kNoAccess)
         text.Hex(reinterpret_cast<UINT_PTR>(fault.target));

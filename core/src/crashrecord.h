@@ -11,6 +11,9 @@ typedef FixedText<160> FaultText;
 /// Whether a code is one of the machine's, as against breakpoints, C++ exceptions and messages to a debugger.
 bool IsMachineFault(DWORD code) noexcept;
 
+/// "access violation"; "exception" for a code that is none of them.
+const wchar_t* FaultName(DWORD code) noexcept;
+
 /// What a fault tried to do with an address.
 SMachineFault::Access FaultAccess(const EXCEPTION_RECORD& record) noexcept;
 
@@ -26,8 +29,5 @@ void FormatPlace(const wchar_t* module, UINT_PTR offset, FaultText& text) noexce
 /// Writes a record for a fault, and the dump when one is wanted. No heap.
 void LogFault(const wchar_t* headline, const SMachineFault& fault, const StackWalk& walk,
               EXCEPTION_POINTERS* pointers) noexcept;
-
-/// For a thread that left the log's code in the middle of a record, never to return there.
-void AbandonExceptionLog() noexcept;
 
 #endif

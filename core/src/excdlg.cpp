@@ -94,10 +94,17 @@ int FormatAndShow(const char* extra, const char* file, unsigned long line, const
 void ShowDamage(const char* function, const char* file, unsigned long line, const wchar_t* text)
 {
     SExceptionActivateDialog(1);
-    if (SExceptionHasDialog())
+    if (MayShow()) {
         SExceptionDialog(file, line, text);
-    else
-        WriteDamage(function, file, line, text);
+        return;
+    }
+    // In console mode, or while another report is on the screen.
+    WriteDamage(function, file, line, text);
+    if (g_inProgress) {
+        wchar_t report[kTextRoom];
+        FormatReport(report, function, file, line, text);
+        AppendToExceptionLogPrefixed(report, kLogPrefix);
+    }
 }
 
 const struct UsualReporter {

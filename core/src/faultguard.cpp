@@ -12,6 +12,8 @@
 #include "faultguard.h"
 
 #include "crashrecord.h"
+#include "inflight.h"
+#include "logfile.h"
 
 #include <malloc.h>
 
@@ -25,7 +27,6 @@ namespace {
 struct FaultInWork {
     std::atomic<int> taken{ 0 };
     HandlerRecord* guard; // whose turn it was
-    bool overflow;        // the stack is used up
     bool reported;        // the log has been told, or has been begun to be
     EXCEPTION_RECORD record;
     CONTEXT context;
@@ -53,6 +54,7 @@ FaultInWork* TakeFault()
 struct Guard : HandlerRecord {
     FaultInWork* fault; // null while none is in work
 };
+FaultInWork g_passed; // where `fault` leads for a guard that lets the next fault by
 
 struct FullGuard : Guard {
     SMachineFault described; // where `resume` leads, the fault that led there
@@ -89,13 +91,11 @@ bool IsSuspended(const HandlerRecord* guard)
 }
 
 // The thread goes on in the call of `guard`; destructors in between are skipped.
-[[noreturn]] void ResumeAt(FullGuard* guard)
+[[noreturn]] void ResumeAt(FullGuard* guard, const SMachineFault& fault)
 {
-    FaultInWork* const fault = guard->fault;
-    guard->described = DescribeFault(fault->record);
+    guard->described = fault;
     guard->fault = nullptr;
     SetChainHead(guard);
-    fault->taken.store(0);
     __builtin_longjmp(guard->resume, 1);
 }
 
@@ -109,8 +109,22 @@ void Report(FaultInWork* fault, const StackWalk& walk)
     NoteKnownException(described);
 }
 
-// For a fault that no exception can carry out of: the guard whose turn it was has no call to resume, nor has one around.
-[[noreturn]] void GiveUp(FaultInWork* fault)
+typedef LONG(NTAPI* Continue)(CONTEXT*, BOOLEAN raiseAlert);
+Continue g_continue;
+
+// For a fault that no exception can carry out of, below a handler guard with no full one around. The faulting instruction is
+// run once more, with everything as it was, and the guard lets that fault by: whoever looks at it then sees where it is.
+void PassBy(FaultInWork* fault)
+{
+    static_cast<Guard*>(fault->guard)->fault = &g_passed;
+    CONTEXT context = fault->context;
+    fault->taken.store(0);
+    if (g_continue)
+        g_continue(&context, FALSE);
+}
+
+// The same where the frames in between have been written over: the fault is raised from here, for those farther out.
+[[noreturn]] void RaiseAgain(FaultInWork* fault)
 {
     static_cast<Guard*>(fault->guard)->fault = nullptr;
     SetChainHead(fault->guard->previous);
@@ -122,15 +136,16 @@ void Report(FaultInWork* fault, const StackWalk& walk)
     __builtin_unreachable();
 }
 
-void LeaveByResuming(FaultInWork* fault)
+[[noreturn]] void LeaveByResuming(FaultInWork* fault)
 {
-    AbandonExceptionLog();
+    AbandonLogTurn();
     FullGuard* const full = EnclosingFullGuard(fault->guard);
     if (!full)
-        GiveUp(fault);
+        RaiseAgain(fault);
     static_cast<Guard*>(fault->guard)->fault = nullptr;
-    full->fault = fault;
-    ResumeAt(full);
+    const SMachineFault described = DescribeFault(fault->record);
+    fault->taken.store(0);
+    ResumeAt(full, described);
 }
 
 } // namespace
@@ -148,16 +163,16 @@ extern "C" {
         walk.frames[0] = fault->record.ExceptionAddress;
     if (walk.count == 0)
         ScanStack(walk, fault->record.ExceptionAddress, reinterpret_cast<const void*>(fault->context.Esp));
+    if (!walk.canUnwind && !EnclosingFullGuard(guard))
+        PassBy(fault);
     Report(fault, walk);
-    if (!walk.canUnwind) {
+    if (!walk.canUnwind)
         LeaveByResuming(fault);
-        __builtin_unreachable();
-    }
     const SMachineFault described = DescribeFault(fault->record);
     guard->fault = nullptr;
     SetChainHead(guard);
     fault->taken.store(0);
-    throw SEMachineFault(described);
+    ThrowFault(described);
 }
 
 // The thread comes here on a stack that ends just below its guard: after an overflow, and after a fault in CvOnFault.
@@ -171,7 +186,6 @@ extern "C" {
         Report(fault, walk);
     }
     LeaveByResuming(fault);
-    __builtin_unreachable();
 }
 
 // Pushes the address that the unwinder is to see, and goes on in CvOnFault. Not earlier: what lies below the stack pointer
@@ -220,21 +234,28 @@ EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* cont
         !IsMachineFault(record->ExceptionCode) || IsSuspended(guard))
         return ExceptionContinueSearch;
 
+    if (guard->fault == &g_passed) {
+        guard->fault = nullptr;
+        return ExceptionContinueSearch;
+    }
     if (guard->fault) { // in the middle of dealing with one
-        guard->fault->overflow = false;
         context->Esp = StackBelow(guard);
         Redirect(context, reinterpret_cast<void (*)()>(CvOnLostFault), guard->fault);
         return ExceptionContinueExecution;
     }
+    const bool overflow = record->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
+    if (overflow && !EnclosingFullGuard(guard))
+        return ExceptionContinueSearch; // it comes once only, so it cannot be looked at and let by
     FaultInWork* const fault = TakeFault();
     fault->guard = guard;
     fault->record = *record;
+    constexpr DWORD kExtendedState = 0x40; // it lies behind the context, where the copy does not reach
     fault->context = *context;
+    fault->context.ContextFlags &= ~kExtendedState;
     fault->pointers = { &fault->record, &fault->context };
     fault->reported = false;
-    fault->overflow = record->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
     guard->fault = fault;
-    if (fault->overflow) {
+    if (overflow) {
         context->Esp = StackBelow(guard);
         Redirect(context, reinterpret_cast<void (*)()>(CvOnLostFault), fault);
         return ExceptionContinueExecution;
@@ -295,6 +316,7 @@ private:
 // then does the compiler keep all the registers of its callers for the jump.
 __attribute__((noinline)) bool Call(FullGuard& guard, void (*call)(void*), void* context)
 {
+    const PutUpHere here(guard);
     if (__builtin_setjmp(guard.resume) != 0)
         return false;
     call(context);
@@ -303,15 +325,30 @@ __attribute__((noinline)) bool Call(FullGuard& guard, void (*call)(void*), void*
 
 } // namespace
 
+void ResumeGuardWith(const SMachineFault& fault) noexcept
+{
+    if (FullGuard* const full = EnclosingFullGuard(ChainHead()))
+        ResumeAt(full, fault);
+}
+
+void PrepareHandlerGuards() noexcept
+{
+    if (!g_continue)
+        g_continue = reinterpret_cast<Continue>(
+            reinterpret_cast<void (*)()>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtContinue")));
+}
+
 void SCallGuarded(void (*call)(void*), void* context)
 {
     FullGuard guard;
-    const PutUpHere here(guard);
+    const ThreadUnderWay underWay;
     if (Call(guard, call, context))
         return;
+    // The guard is gone by now: what comes up from here on is for the next one.
+    underWay.Restore();
     if (guard.described.code == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW))
         ::_resetstkoflw(); // or the next overflow ends the process at once
-    throw SEMachineFault(guard.described);
+    ThrowFault(guard.described);
 }
 
 SHandlerGuard::SHandlerGuard() noexcept

@@ -25,6 +25,9 @@ inline void SetChainHead(HandlerRecord* record)
     asm volatile("movl %0, %%fs:0" : : "r"(record) : "memory");
 }
 
+/// For handler guards to work; a part that must not wait for a fault.
+void PrepareHandlerGuards() noexcept;
+
 /// Remembers a fault as the one that IsKnownException tells of.
 void NoteKnownException(const SMachineFault& fault) noexcept;
 

@@ -27,9 +27,21 @@ bool IsStationVisible()
            (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
+// What a client's function answers; 0 when it throws, for there may be nobody left to catch that.
+template <class Ask>
+int AnswerOf(Ask ask)
+{
+    try {
+        return ask();
+    }
+    catch (...) {
+        return 0;
+    }
+}
+
 bool IsOperationUnattended()
 {
-    return (g_unattended || (g_query && g_query())) && IsInNewShell();
+    return (g_unattended || (g_query && AnswerOf(g_query))) && IsInNewShell();
 }
 
 // Tests of bits, in this order; see the header.
@@ -67,7 +79,7 @@ int ShowDbgMessageBox(const wchar_t* text, const wchar_t* caption, unsigned type
     const bool debugger = ::IsDebuggerPresent();
     type = CompleteType(type, debugger);
     if (g_hook) {
-        const int answer = g_hook(text, caption, type);
+        const int answer = AnswerOf([&] { return g_hook(text, caption, type); });
         if (answer > 0)
             return answer;
     }

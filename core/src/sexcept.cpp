@@ -223,9 +223,13 @@ SRegisterGetResultFormat::~SRegisterGetResultFormat()
 
 int GetResultFormat(long hr, SString* text)
 {
+    SResultFormat asked = nullptr;
     for (const SRegisterGetResultFormat* known = g_firstFormat; known; known = known->m_next) {
-        if (known->m_format(hr, text) != 0)
+        if (known->m_format == asked)
+            continue; // registered twice
+        asked = known->m_format;
+        if (asked(hr, text) != 0)
             return 1;
     }
-    return 0;
+    return FormatSystemResult(hr, text);
 }

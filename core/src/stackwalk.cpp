@@ -110,28 +110,72 @@ _Unwind_Reason_Code VisitFrame(_Unwind_Context* frame, void* context)
 
 // ---- Looking through the stack ----
 
-bool IsCode(const void* address)
+// Remembers the last region of memory asked for: the words of a stack point to few of them.
+class CodeTest {
+public:
+    bool operator()(const void* address)
+    {
+        const UINT_PTR at = reinterpret_cast<UINT_PTR>(address);
+        if (at - m_first >= m_size)
+            Ask(address);
+        return m_isCode;
+    }
+
+private:
+    void Ask(const void* address)
+    {
+        constexpr DWORD kExecutable =
+            PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+        MEMORY_BASIC_INFORMATION memory;
+        m_size = 0;
+        m_isCode = false;
+        if (::VirtualQuery(address, &memory, sizeof memory) == 0)
+            return;
+        m_first = reinterpret_cast<UINT_PTR>(memory.BaseAddress);
+        m_size = memory.RegionSize;
+        m_isCode =
+            memory.State == MEM_COMMIT && memory.Type == MEM_IMAGE && (memory.Protect & kExecutable) != 0;
+    }
+
+    UINT_PTR m_first = 0;
+    UINT_PTR m_size = 0;
+    bool m_isCode = false;
+};
+
+// Relative, or through a register or memory in the usual lengths.
+bool IsBehindCall(const void* address, CodeTest& isCode)
 {
-    MEMORY_BASIC_INFORMATION memory;
-    const DWORD executable =
-        PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
-    return ::VirtualQuery(address, &memory, sizeof memory) != 0 && memory.State == MEM_COMMIT &&
-           memory.Type == MEM_IMAGE && (memory.Protect & executable) != 0;
+    const unsigned char* const at = static_cast<const unsigned char*>(address);
+    constexpr UINT_PTR kNeverMapped = 0x10000;
+    if (reinterpret_cast<UINT_PTR>(at) < kNeverMapped || !isCode(at - 7) || !isCode(at))
+        return false;
+    if (at[-5] == 0xE8)
+        return true;
+    for (int length : { 2, 3, 6, 7 }) {
+        if (at[-length] == 0xFF && (at[1 - length] & 0x38) == 0x10)
+            return true;
+    }
+    return false;
 }
 
 void AddGuesses(StackWalk& walk, UINT_PTR stack)
 {
-    // Stacks of this thread alone are looked through; a stack pointer that is somewhere else ends the walk at once.
+    // Stacks of this thread alone are looked through; a stack pointer that is somewhere else ends the walk at once. Large
+    // arrays lie on stacks too: their words are counted, so that a fault below many of them costs no second.
+    constexpr int kMostWords = 1 << 14;
     const NT_TIB* const thread = ThreadBlock();
     const UINT_PTR base = reinterpret_cast<UINT_PTR>(thread->StackBase);
     const UINT_PTR top = reinterpret_cast<UINT_PTR>(thread->StackLimit);
     if (stack < top)
         return;
-    for (stack &= ~(sizeof(UINT_PTR) - 1); stack + sizeof(UINT_PTR) <= base && walk.count < StackWalk::kMost;
-         stack += sizeof(UINT_PTR)) {
+    CodeTest isCode;
+    int words = 0;
+    for (stack &= ~(sizeof(UINT_PTR) - 1);
+         stack + sizeof(UINT_PTR) <= base && walk.count < StackWalk::kMost && words < kMostWords;
+         stack += sizeof(UINT_PTR), ++words) {
         const void* const word = *reinterpret_cast<const void* const*>(stack);
         const bool repeats = walk.count > 0 && walk.frames[walk.count - 1] == word;
-        if (!repeats && FollowsCall(word))
+        if (!repeats && IsBehindCall(word, isCode))
             walk.frames[walk.count++] = word;
     }
 }
@@ -153,42 +197,8 @@ void ScanStack(StackWalk& walk, const void* at, const void* stack) noexcept
     AddGuesses(walk, reinterpret_cast<UINT_PTR>(stack));
 }
 
-// Relative, or through a register or memory in the usual lengths.
 bool FollowsCall(const void* address) noexcept
 {
-    const unsigned char* const at = static_cast<const unsigned char*>(address);
-    constexpr UINT_PTR kNeverMapped = 0x10000;
-    if (reinterpret_cast<UINT_PTR>(at) < kNeverMapped || !IsCode(at - 7) || !IsCode(at))
-        return false;
-    if (at[-5] == 0xE8)
-        return true;
-    for (int length : { 2, 3, 6, 7 }) {
-        if (at[-length] == 0xFF && (at[1 - length] & 0x38) == 0x10)
-            return true;
-    }
-    return false;
-}
-
-UINT_PTR FindModulePlace(const void* address, wchar_t* name, int room) noexcept
-{
-    name[0] = L'\0';
-    MEMORY_BASIC_INFORMATION memory;
-    wchar_t path[MAX_PATH + 1];
-    if (::VirtualQuery(address, &memory, sizeof memory) == 0 || memory.Type != MEM_IMAGE)
-        return reinterpret_cast<UINT_PTR>(address);
-    const HMODULE module = static_cast<HMODULE>(memory.AllocationBase);
-    const DWORD length = ::GetModuleFileNameW(module, path, MAX_PATH);
-    if (length == 0)
-        return reinterpret_cast<UINT_PTR>(address);
-    path[MAX_PATH] = L'\0';
-    const wchar_t* file = path;
-    for (const wchar_t* at = path; *at != L'\0'; ++at) {
-        if (*at == L'\\' || *at == L'/')
-            file = at + 1;
-    }
-    int i = 0;
-    for (; i < room - 1 && file[i] != L'\0'; ++i)
-        name[i] = file[i];
-    name[i] = L'\0';
-    return reinterpret_cast<UINT_PTR>(address) - reinterpret_cast<UINT_PTR>(module);
+    CodeTest isCode;
+    return IsBehindCall(address, isCode);
 }

@@ -26,8 +26,4 @@ void ScanStack(StackWalk& walk, const void* at, const void* stack) noexcept;
 /// Whether `address` is where a call returns to, as far as the bytes before it tell.
 bool FollowsCall(const void* address) noexcept;
 
-/// The file name of the module that `address` lies in (at most `room` characters with the NUL) and the offset in it; an
-/// empty name and the address itself when it lies in none.
-UINT_PTR FindModulePlace(const void* address, wchar_t* name, int room) noexcept;
-
 #endif

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <stdexcept>
 
@@ -13,10 +14,12 @@ namespace {
 
 volatile int* volatile g_nowhere = nullptr;
 
+UINT g_status = 99;
+
 // Ends the program at once, without the system's own debugger.
-LONG WINAPI EndWith99(EXCEPTION_POINTERS*)
+LONG WINAPI EndTheProgram(EXCEPTION_POINTERS*)
 {
-    ::TerminateProcess(::GetCurrentProcess(), 99);
+    ::TerminateProcess(::GetCurrentProcess(), g_status);
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
@@ -33,6 +36,17 @@ void FaultWhileSuspended()
     });
 }
 
+// The guard around the dialog must not take the fault that comes while it is shown.
+void FaultInDialog()
+{
+    DbgMessageBoxHook() = [](const wchar_t*, const wchar_t*, unsigned) {
+        Fault();
+        return IDOK;
+    };
+    SExceptionActivateDialog(1);
+    SRunGuarded([] { SExceptionDialog("f.cpp", 1, L"shown"); });
+}
+
 void FaultWithoutHook()
 {
     VectoredExceptionHook::Remove();
@@ -42,6 +56,49 @@ void FaultWithoutHook()
 void Throw()
 {
     throw std::out_of_range("no such row");
+}
+
+__attribute__((noinline)) int UseUpTheStack(int depth)
+{
+    volatile char room[2000];
+    room[0] = static_cast<char>(depth);
+    return g_nowhere ? depth : UseUpTheStack(depth + 1) + room[0];
+}
+
+void Overflow()
+{
+    UseUpTheStack(0);
+}
+
+void OverflowBelowHandlerGuard()
+{
+    const SHandlerGuard guard;
+    UseUpTheStack(0);
+}
+
+// No exception can pass the run-time's function, and no other guard is there.
+void FaultThatTheGuardLetsBy()
+{
+    const SHandlerGuard guard;
+    static void* (*volatile const copy)(void*, const void*, size_t) = std::memcpy;
+    char room[64];
+    copy(room, const_cast<int*>(g_nowhere), sizeof room);
+}
+
+LPTOP_LEVEL_EXCEPTION_FILTER g_below;
+LONG WINAPI PassOnDown(EXCEPTION_POINTERS* pointers)
+{
+    g_status = 97;
+    return g_below(pointers);
+}
+
+// The hook is put up again over a filter that was put over it, and that passes on to it.
+void FaultWithHookAboveAndBelow()
+{
+    g_below = ::SetUnhandledExceptionFilter(PassOnDown);
+    VectoredExceptionHook::Remove();
+    VectoredExceptionHook::Install();
+    Fault();
 }
 
 // A record of a handler that an overrun array has written over.
@@ -81,7 +138,7 @@ int wmain(int count, wchar_t** arguments)
 {
     if (count != 3 || !SSetExceptionLog(arguments[2]))
         return 2;
-    ::SetUnhandledExceptionFilter(EndWith99);
+    ::SetUnhandledExceptionFilter(EndTheProgram);
     std::set_terminate([] { ::TerminateProcess(::GetCurrentProcess(), 98); });
     VectoredExceptionHook::Install();
     const wchar_t* const way = arguments[1];
@@ -91,7 +148,12 @@ int wmain(int count, wchar_t** arguments)
     } kWays[] = {
         { L"fault", Fault },
         { L"suspended", FaultWhileSuspended },
+        { L"dialog", FaultInDialog },
         { L"broken", FaultWithBrokenChain },
+        { L"overflow", Overflow },
+        { L"guarded-overflow", OverflowBelowHandlerGuard },
+        { L"passed-by", FaultThatTheGuardLetsBy },
+        { L"other-filter", FaultWithHookAboveAndBelow },
         { L"removed", FaultWithoutHook },
         { L"throw", Throw },
         { L"abort", AnswerWith<IDABORT> },
