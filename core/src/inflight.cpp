@@ -11,18 +11,20 @@
 #include <unwind.h>
 
 #include <atomic>
+#include <cstddef>
 #include <exception>
 #include <new>
 
 namespace {
 
-// What stands in front of each thrown object, and the thread's record of them, as the C++ ABI has them.
-struct Thrown {
+// What stands in front of each thrown object, and the thread's record of them, as the C++ ABI has them. Objects lie where
+// malloc puts them, which may be less aligned than the type asks for: so fields are reached by their places alone.
+struct Header {
     std::type_info* type;
     void (*destroy)(void*);
     void (*unexpected)();
     void (*terminate)();
-    Thrown* next; // in the chain of those that handlers hold; first set when one catches it
+    Header* next; // in the chain of those that handlers hold; first set when one catches it
     int handlers;
     int choice;
     const unsigned char* action;
@@ -32,7 +34,7 @@ struct Thrown {
     _Unwind_Exception unwinding;
 };
 struct ThreadState {
-    Thrown* caught; // the latest first
+    Header* caught; // the latest first
     unsigned uncaught;
 };
 
@@ -41,9 +43,14 @@ ThreadState& State()
     return *reinterpret_cast<ThreadState*>(abi::__cxa_get_globals());
 }
 
-Thrown* HeaderOf(void* object)
+unsigned char* HeaderOf(void* object)
 {
-    return static_cast<Thrown*>(object) - 1;
+    return static_cast<unsigned char*>(object) - sizeof(Header);
+}
+
+Header*& NextOf(void* header)
+{
+    return *reinterpret_cast<Header**>(static_cast<unsigned char*>(header) + offsetof(Header, next));
 }
 
 // ---- Faults under way ----
@@ -55,7 +62,7 @@ struct FaultUnderWay {
 };
 
 // In `next` of a fault that no handler has caught so far. One that was caught may lie parked somewhere.
-Thrown* const kNeverCaught = reinterpret_cast<Thrown*>(1);
+Header* const kNeverCaught = reinterpret_cast<Header*>(1);
 
 // More at a time than this do without the way back from std::terminate.
 constexpr int kMostUnderWay = 64;
@@ -98,7 +105,7 @@ SEMachineFault* LatestUnderWay(unsigned behind)
         void* const object = entry.object.load();
         if (!object || object == &g_taken || entry.thread != ::GetCurrentThreadId())
             continue;
-        if (static_cast<int>(entry.number - number) > 0 && HeaderOf(object)->next == kNeverCaught) {
+        if (static_cast<int>(entry.number - number) > 0 && NextOf(HeaderOf(object)) == kNeverCaught) {
             latest = object;
             number = entry.number;
         }
@@ -108,9 +115,9 @@ SEMachineFault* LatestUnderWay(unsigned behind)
 
 // ---- What handlers hold ----
 
-bool IsHeld(const Thrown* header)
+bool IsHeld(const void* header)
 {
-    for (const Thrown* at = State().caught; at; at = at->next) {
+    for (Header* at = State().caught; at; at = NextOf(at)) {
         if (at == header)
             return true;
     }
@@ -123,7 +130,7 @@ void ThrowFault(const SMachineFault& fault)
 {
     void* const object = abi::__cxa_allocate_exception(sizeof(SEMachineFault));
     ::new (object) SEMachineFault(fault);
-    HeaderOf(object)->next = kNeverCaught;
+    NextOf(HeaderOf(object)) = kNeverCaught;
     UseTerminateHandler();
     Note(object);
     abi::__cxa_throw(object, const_cast<std::type_info*>(&typeid(SEMachineFault)), DestroyFault);
@@ -152,12 +159,13 @@ void ThreadUnderWay::Restore() const noexcept
     asm volatile("ldmxcsr %0" : : "m"(m_sse));
     // Those being thrown first: they belong to nobody.
     while (SEMachineFault* const lost = LatestUnderWay(m_faults))
-        _Unwind_DeleteException(&HeaderOf(lost)->unwinding);
+        _Unwind_DeleteException(
+            reinterpret_cast<_Unwind_Exception*>(HeaderOf(lost) + offsetof(Header, unwinding)));
     ThreadState& state = State();
-    if (IsHeld(static_cast<const Thrown*>(m_caught))) {
+    if (IsHeld(m_caught)) {
         while (state.caught != m_caught)
             abi::__cxa_end_catch();
     }
-    state.caught = static_cast<Thrown*>(m_caught);
+    state.caught = static_cast<Header*>(m_caught);
     state.uncaught = m_uncaught;
 }
