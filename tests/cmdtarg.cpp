@@ -53,18 +53,18 @@ S_ON_COMMAND(1, OnThrow) // never reached: the earlier one wins
 S_ON_COMMAND_RANGE(100, 110, OnId)
 S_ON_COMMAND_EX(200, OnIdAsked)
 S_ON_COMMAND_EX(201, OnIdAsked)
-S_ON_ANY(WM_COMMAND, 0, 2, 2, SCmdForm::kPlainAsked, int(), OnPlainAsked)
+S_ON_CMD(WM_COMMAND, 0, 2, 2, SCmdForm::kPlainAsked, OnPlainAsked)
 S_ON_NOTIFY(NM_CLICK, 5, OnNotified)
-S_ON_ANY(WM_NOTIFY, 1, 6, 6, SCmdForm::kNotifyAsked, int(NMHDR*, LRESULT*), OnNotifiedAsked)
-S_ON_ANY(WM_NOTIFY, 1, 7, 7, SCmdForm::kIdNotify, void(UINT, NMHDR*, LRESULT*), OnIdNotified)
-S_ON_ANY(WM_NOTIFY, 1, 8, 9, SCmdForm::kIdNotifyAsked, int(UINT, NMHDR*, LRESULT*), OnIdNotifiedAsked)
+S_ON_CMD(WM_NOTIFY, 1, 6, 6, SCmdForm::kNotifyAsked, OnNotifiedAsked)
+S_ON_CMD(WM_NOTIFY, 1, 7, 7, SCmdForm::kIdNotify, OnIdNotified)
+S_ON_CMD(WM_NOTIFY, 1, 8, 9, SCmdForm::kIdNotifyAsked, OnIdNotifiedAsked)
 S_ON_UPDATE_COMMAND_UI(1, OnUpdate)
 S_ON_UPDATE_COMMAND_UI(3, OnUpdateAndGoOn)
-S_ON_ANY(WM_COMMAND, ~0u, 4, 4, SCmdForm::kIdUpdate, void(SCmdUI*, UINT), OnIdUpdate)
-S_ON_ANY(WM_COMMAND, 0, 10, 10, SCmdForm::kExtra, void(void*), OnExtra)
-S_ON_ANY(WM_COMMAND, 0, 11, 11, SCmdForm::kExtraAsked, int(void*), OnExtraAsked)
-S_ON_ANY(WM_COMMAND, 0, 12, 12, SCmdForm::kOleCommand, void(SOleCommand*), OnOle)
-S_ON_ANY(WM_COMMAND, 0, 13, 13, SCmdForm::kOleCommandAsked, int(SOleCommand*), OnOleAsked)
+S_ON_CMD(WM_COMMAND, ~0u, 4, 4, SCmdForm::kIdUpdate, OnIdUpdate)
+S_ON_CMD(WM_COMMAND, 0, 10, 10, SCmdForm::kExtra, OnExtra)
+S_ON_CMD(WM_COMMAND, 0, 11, 11, SCmdForm::kExtraAsked, OnExtraAsked)
+S_ON_CMD(WM_COMMAND, 0, 12, 12, SCmdForm::kOleCommand, OnOle)
+S_ON_CMD(WM_COMMAND, 0, 13, 13, SCmdForm::kOleCommandAsked, OnOleAsked)
 S_ON_ANY(WM_COMMAND, 0, 14, 14, 99, void(), OnPlain) // no such form
 S_ON_CONTROL(0x300, 20, OnPlain)
 S_ON_COMMAND(30, OnThrow)
@@ -121,6 +121,9 @@ TEST(Routing, CallsEachFormAndAnswersAsItSays)
     EXPECT_EQ(7, result);
     EXPECT_EQ(1, notified(8, 1));
     EXPECT_EQ(0, notified(9, 1));
+    EXPECT_EQ(FALSE, target.OnCmdMsg(6, static_cast<int>(MAKELONG(1, WM_NOTIFY)), nullptr, nullptr))
+        << "nothing to give the handler";
+    EXPECT_EQ(FALSE, target.OnCmdMsg(1, -1, nullptr, nullptr));
     int extra = 4;
     EXPECT_EQ(4, target.OnCmdMsg(11, 0, &extra, nullptr));
     EXPECT_EQ(TRUE, target.OnCmdMsg(10, 0, &extra, nullptr));

@@ -282,7 +282,9 @@ TEST(Urls, BringEveryLegalPathBack)
     std::mt19937 random(TestSeed());
     const std::wstring forbidden = L"\\/:*?<>|\"";
     for (int round = 0; round < 3000; ++round) {
-        std::wstring path = round % 3 == 0 ? L"Q:\\" : round % 3 == 1 ? L"\\\\srv\\share\\" : L"";
+        std::wstring path = round % 3 == 0   ? L"Q:\\"
+                            : round % 3 == 1 ? L"\\\\srv\\share\\"
+                                             : L"relative"; // no second separator in front
         for (unsigned n = 1 + random() % 30; n > 0; --n) {
             const unsigned kind = random() % 8;
             const wchar_t c = static_cast<wchar_t>(kind < 4   ? 32 + random() % 95

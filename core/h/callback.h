@@ -23,6 +23,8 @@
 CVCORE_API void SParkException() noexcept;
 /// Throws the exception that this thread has parked, if any.
 CVCORE_API void SRethrowParked();
+/// Writes it to the exception log instead, for a caller that is about to throw another one.
+CVCORE_API void SDropParked() noexcept;
 /// Whether this thread has parked one.
 CVCORE_API bool SIsExceptionParked() noexcept;
 

@@ -20,12 +20,16 @@
 #define CMDTARG_H
 
 #include "baseobj.h"
+#include "cmdform.h"
 #include "cvbase.h"
 
 #include <type_traits>
 
 class SCmdTarget;
 class SCmdUI;
+
+/// A control's own notifications have the number of the message and this.
+inline constexpr UINT kReflectedMessage = 0xBC00;
 
 /// Any handler, until its entry says what it takes.
 typedef void (SCmdTarget::*S_PMSG)();
@@ -85,26 +89,6 @@ struct SOleCommandContext {
 /// The process's context; all zero at the start.
 CVCORE_API SOleCommandContext& SGetOleCommandContext() noexcept;
 
-/// How command routing calls a handler, and what it then answers. "Asked" forms answer what the handler does.
-namespace SCmdForm {
-enum : UINT_PTR {
-    kIdAsked = 2,         // int (UINT id)
-    kPlain = 15,          // void ()
-    kId = 16,             // void (UINT id)
-    kPlainAsked = 38,     // int ()
-    kNotify = 41,         // void (NMHDR*, LRESULT*)
-    kNotifyAsked = 42,    // int (NMHDR*, LRESULT*)
-    kIdNotify = 43,       // void (UINT id, NMHDR*, LRESULT*)
-    kIdNotifyAsked = 44,  // int (UINT id, NMHDR*, LRESULT*)
-    kUpdate = 47,         // void (SCmdUI*)
-    kIdUpdate = 48,       // void (SCmdUI*, UINT id)
-    kExtra = 49,          // void (void* extra)
-    kExtraAsked = 50,     // int (void* extra)
-    kOleCommand = 51,     // void (SOleCommand*)
-    kOleCommandAsked = 52 // int (SOleCommand*)
-};
-}
-
 /// Turns a handler of a given type into a plain one, and calls it as what it is.
 template <class Form>
 struct SHandler;
@@ -138,9 +122,6 @@ private:
 class CVCORE_API SCmdTarget : public SObject {
     S_DECLARE_DYNCREATE(SCmdTarget)
 public:
-    /// The map of the object's class.
-    virtual const SMsgMap* GetMessageMap() const;
-
     /// Looks for a handler and calls it; 1 when it took the command.
     ///   code ~0                  asks for an update of the command's look; `extra` is the SCmdUI*
     ///   code with a high word    that is the message (WM_NOTIFY, or a reflected one), the low word is the notification's code;
@@ -148,6 +129,8 @@ public:
     ///   other codes              WM_COMMAND with that code
     /// With `info` it only fills that in, for the handler that it would have called.
     virtual int OnCmdMsg(UINT id, int code, void* extra, S_CMDHANDLERINFO* info);
+    /// The map of the object's class.
+    virtual const SMsgMap* GetMessageMap() const;
 
     /// The application's DoWaitCursor(1), (-1) and (0).
     void BeginWaitCursor();
@@ -194,31 +177,34 @@ protected:                                                                      
     return &kMap;                                                                                            \
     }
 
-/// An entry in full; the others are made of it.
+/// An entry in full. Form and Type must belong together, which nobody checks: the entries below are made of it, and S_ON_CMD
+/// is for all others.
 #define S_ON_ANY(message, code, first, last, form, Type, fn)                                                 \
     { static_cast<UINT>(message), static_cast<UINT>(code),     static_cast<UINT>(first),                     \
       static_cast<UINT>(last),    static_cast<UINT_PTR>(form), SHandler<Type>::Of(&ThisClass::fn) },
+/// A command or notification whose handler is called in a form of SCmdForm; its type is SCmdFormOf<form>::Type.
+#define S_ON_CMD(message, code, first, last, form, fn)                                                       \
+    S_ON_ANY(message, code, first, last, form, SCmdFormOf<form>::Type, fn)
 
 /// void fn()
-#define S_ON_COMMAND(id, fn) S_ON_ANY(WM_COMMAND, 0, id, id, SCmdForm::kPlain, void(), fn)
+#define S_ON_COMMAND(id, fn) S_ON_CMD(WM_COMMAND, 0, id, id, SCmdForm::kPlain, fn)
 /// int fn(UINT id): 0 lets the routing go on elsewhere.
-#define S_ON_COMMAND_EX(id, fn) S_ON_ANY(WM_COMMAND, 0, id, id, SCmdForm::kIdAsked, int(UINT), fn)
+#define S_ON_COMMAND_EX(id, fn) S_ON_CMD(WM_COMMAND, 0, id, id, SCmdForm::kIdAsked, fn)
 /// void fn(UINT id)
-#define S_ON_COMMAND_RANGE(first, last, fn)                                                                  \
-    S_ON_ANY(WM_COMMAND, 0, first, last, SCmdForm::kId, void(UINT), fn)
+#define S_ON_COMMAND_RANGE(first, last, fn) S_ON_CMD(WM_COMMAND, 0, first, last, SCmdForm::kId, fn)
 /// void fn(SCmdUI*)
-#define S_ON_UPDATE_COMMAND_UI(id, fn) S_ON_ANY(WM_COMMAND, ~0u, id, id, SCmdForm::kUpdate, void(SCmdUI*), fn)
+#define S_ON_UPDATE_COMMAND_UI(id, fn) S_ON_CMD(WM_COMMAND, ~0u, id, id, SCmdForm::kUpdate, fn)
 #define S_ON_UPDATE_COMMAND_UI_RANGE(first, last, fn)                                                        \
-    S_ON_ANY(WM_COMMAND, ~0u, first, last, SCmdForm::kUpdate, void(SCmdUI*), fn)
+    S_ON_CMD(WM_COMMAND, ~0u, first, last, SCmdForm::kUpdate, fn)
 /// void fn(): the notification of a control that comes with WM_COMMAND.
-#define S_ON_CONTROL(code, id, fn) S_ON_ANY(WM_COMMAND, code, id, id, SCmdForm::kPlain, void(), fn)
+#define S_ON_CONTROL(code, id, fn) S_ON_CMD(WM_COMMAND, code, id, id, SCmdForm::kPlain, fn)
 /// void fn(NMHDR*, LRESULT*)
-#define S_ON_NOTIFY(code, id, fn)                                                                            \
-    S_ON_ANY(WM_NOTIFY, LOWORD(code), id, id, SCmdForm::kNotify, void(NMHDR*, LRESULT*), fn)
+#define S_ON_NOTIFY(code, id, fn) S_ON_CMD(WM_NOTIFY, LOWORD(code), id, id, SCmdForm::kNotify, fn)
 /// The control's own notifications, handled by its own object: void fn(), void fn(NMHDR*, LRESULT*).
-#define S_ON_CONTROL_REFLECT(code, fn) S_ON_ANY(0xBC00 + WM_COMMAND, code, 0, 0, SCmdForm::kPlain, void(), fn)
+#define S_ON_CONTROL_REFLECT(code, fn)                                                                       \
+    S_ON_CMD(kReflectedMessage + WM_COMMAND, code, 0, 0, SCmdForm::kPlain, fn)
 #define S_ON_NOTIFY_REFLECT(code, fn)                                                                        \
-    S_ON_ANY(0xBC00 + WM_NOTIFY, LOWORD(code), 0, 0, SCmdForm::kNotify, void(NMHDR*, LRESULT*), fn)
+    S_ON_CMD(kReflectedMessage + WM_NOTIFY, LOWORD(code), 0, 0, SCmdForm::kNotify, fn)
 
 #if S_TARGET_32BIT
 static_assert(sizeof(SMsgMapEntry) == 5 * sizeof(UINT) + sizeof(S_PMSG) && sizeof(S_PMSG) == 8,

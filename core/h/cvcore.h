@@ -7,6 +7,7 @@
 #include "base64.h"
 #include "baseobj.h"
 #include "callback.h"
+#include "cmdform.h"
 #include "cmdtarg.h"
 #include "cmdui.h"
 #include "crash.h"
@@ -56,5 +57,6 @@
 #include "winctl.h"
 #include "window.h"
 #include "winhand.h"
+#include "wndform.h"
 
 #endif

@@ -10,6 +10,7 @@
 /// the owner window, but for the messages that keep it painted and alive.
 class CVCORE_API SModalState {
 public:
+    /// A null owner stands for the application's (SWinApp::GetOwnerWnd).
     explicit SModalState(HWND owner, int enabled = 0) noexcept;
     ~SModalState();
     SModalState(const SModalState&) = delete;

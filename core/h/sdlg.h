@@ -16,14 +16,14 @@
 class CVCORE_API SDlg : public SWnd {
     S_DECLARE_DYNCREATE(SDlg)
 public:
-    SDlg() noexcept : m_result(0), m_isModal(0), m_ended(0) {}
+    SDlg() noexcept : m_outcome(nullptr) {}
 
     /// Makes the dialog without waiting for it. The template is a resource of `module` (null: the program), or stands in
     /// memory. 0 when the system refuses.
     int Create(const wchar_t* templateName, SWnd* parent, HINSTANCE module = nullptr);
     int Create(const DLGTEMPLATE* dialog, SWnd* parent);
     /// Makes it, disables the parent, and runs until EndDialog; what that was given, or -1 when there was no dialog, or the
-    /// program is to end (the WM_QUIT stays in the queue).
+    /// program is to end (the WM_QUIT stays in the queue). The object may be deleted in PostNcDestroy.
     int DoModal(const wchar_t* templateName, SWnd* parent, HINSTANCE module = nullptr);
     int DoModal(const DLGTEMPLATE* dialog, SWnd* parent);
     /// Ends a modal dialog with a result; a modeless one is destroyed.
@@ -43,11 +43,12 @@ protected:
 
 private:
     static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
-    int RunModal(SWnd* parent);
+    struct Outcome;
+    int RunModal(SWnd* parent, const Outcome& outcome);
+    template <class Make>
+    int DoModalWith(SWnd* parent, Make make);
 
-    int m_result;
-    int m_isModal;
-    int m_ended;
+    Outcome* m_outcome; // of the modal run; null for a modeless dialog
 };
 
 #endif

@@ -16,12 +16,20 @@ public:
     SWrapped& operator=(const SWrapped&) = delete;
 
     Handle GetHandle() const { return m_handle; }
-    /// Enters the object as the handle's permanent one and owns the handle. 0 for a null one. Throws SEOutOfMemory.
+    /// Enters the object as the handle's permanent one and owns the handle. 0 for a null one. A handle that the object had is
+    /// ended, one that another object had is taken over from it. Throws SEOutOfMemory, with nothing changed.
     int Attach(Handle handle)
     {
         if (!handle)
             return 0;
+        Object* const owner = Object::Map().FindPermanent(handle);
+        if (owner == this)
+            return 1;
         Object::Map().SetPermanent(handle, static_cast<Object*>(this));
+        if (owner)
+            owner->SWrapped::m_handle = Handle();
+        if (const Handle before = Detach())
+            Object::End(before);
         m_handle = handle;
         return 1;
     }

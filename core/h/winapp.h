@@ -62,9 +62,10 @@ public:
     virtual int OnIdle(long count);
     /// Whether a message counts as input, after which there is idle work.
     virtual int IsIdleMessage(MSG* message);
+    /// Whom a modal state without an owner keeps at rest: the main window.
     virtual SWnd* GetOwnerWnd();
     virtual SWnd* GetFrameWnd();
-    /// Does idle work while there is any and no message waits; returns how many steps have been done since the last input.
+    /// Does idle work while there is any and no message waits; returns the count of the next step, 0 when the work is done.
     int DoIdle();
 
     int NeedOnIdle() const { return m_needIdle; }
@@ -107,7 +108,8 @@ public:
     static int IsExiting() noexcept;
 
 private:
-    int IsDroppedForModalState() const;
+    int IsDroppedForModalState();
+    void HandleMessage();
     void RunAsyncCommands();
 
     SWnd* m_mainWnd;

@@ -27,49 +27,12 @@
 #include "cvbase.h"
 #include "strclss.h"
 #include "winhand.h"
+#include "wndform.h"
 
-class SMenu;
+class SWndWatch;
 
-/// How OnWndMsg calls a handler, by the forms that entries name. W and L are wParam and lParam, "window" and "menu" are
-/// objects made by FromHandle, lo and hi are halves, slo and shi signed ones.
-namespace SWndForm {
-enum : UINT_PTR {
-    kWindowW = 1,             // LRESULT (SWnd*)
-    kW = 2,                   // LRESULT (WPARAM)
-    kWindowWHalvesL = 3,      // LRESULT (SWnd*, UINT lo L, UINT hi L)
-    kWindowWWindowL = 5,      // LRESULT (SWnd*, SWnd*)
-    kLoWWindowLHiW = 8,       // LRESULT (UINT lo W, SWnd*, UINT hi W)
-    kHalvesW = 9,             // LRESULT (UINT lo W, UINT hi W)
-    kL = 11,                  // LRESULT (LPARAM)
-    kWL = 12,                 // LRESULT (WPARAM, LPARAM)
-    kHalvesWMenuL = 13,       // LRESULT (UINT, UINT, SMenu*)
-    kNothing = 14,            // LRESULT ()
-    kNothingObject = 15,      // void (); answers the object's address
-    kNothingW = 16,           // void (); answers W
-    kWAnswersL = 17,          // void (WPARAM); answers L
-    kLoLAnswersHiL = 18,      // void (UINT lo L); answers hi L
-    kWLoLAnswersHiL = 19,     // void (WPARAM, UINT lo L); answers hi L
-    kActivate = 22,           // void (int isThis, SWnd* from L, SWnd* from W); answers W
-    kWindowWAnswersW = 23,    // void (SWnd*); answers W
-    kMenuWAnswersW = 24,      // void (SMenu*); answers W
-    kMenuWWLoL = 25,          // void (SMenu*, WPARAM, UINT lo L); answers hi L
-    kWindowWHalvesLVoid = 27, // void (SWnd*, UINT lo L, UINT hi L); answers W
-    kWindowWSignedL = 28,     // void (SWnd*, int slo L, int shi L); answers W
-    kWindowWL = 29,           // void (SWnd*, LPARAM); answers W
-    kWWindowL = 30,           // void (WPARAM, SWnd*); answers L
-    kLoWWindowLHiWVoid = 31,  // void (UINT lo W, SWnd*, UINT hi W); answers L
-    kSloWZeroWindowL = 32,    // void (int slo W, UINT 0, SWnd*); answers L
-    kSloW = 33,               // void (int slo W); answers shi W
-    kNothingL = 34,           // void (); answers L
-    kWLAnswers1 = 35,         // void (WPARAM, LPARAM); answers 1
-    kSignedL = 37,            // LRESULT (int slo L, int shi L)
-    kLDecides = 45,           // LRESULT (LPARAM); 0: not handled
-    kWindowL = 47,            // void (SWnd* from L); answers L
-    kHalvesDecide = 48,       // LRESULT (UINT lo W, UINT hi W, UINT lo L, UINT hi L); 0: not handled
-    kHalvesWAnswersL = 53,    // void (UINT lo W, UINT hi W); answers L
-    kWSloL = 54               // void (WPARAM, int slo L); answers shi L
-};
-}
+/// Messages from here on are registered by name; entries for them have this number.
+inline constexpr UINT kFirstRegisteredMessage = 0xC000;
 
 /// The message that is being dispatched on this thread.
 struct SLastMessage {
@@ -81,10 +44,11 @@ struct SLastMessage {
 class CVCORE_API SWnd : public SCmdTarget {
     S_DECLARE_DYNCREATE(SWnd)
 public:
-    SWnd() noexcept : m_hWnd(nullptr), m_flags(0), m_oldProc(nullptr) {}
+    SWnd() noexcept : m_hWnd(nullptr), m_flags(0), m_oldProc(nullptr), m_watches(nullptr) {}
     SWnd(const SWnd&) = delete;
     SWnd& operator=(const SWnd&) = delete;
-    /// Destroys a window that is still attached; handlers of derived classes are not called any more then.
+    /// Destroys a window that is still attached; its handlers are not called any more then. When it was the application's main
+    /// window the loop ends, as it does when that is destroyed.
     ~SWnd() override;
 
     HWND GetHandle() const { return m_hWnd; }
@@ -97,9 +61,11 @@ public:
     static SWnd* FromHandlePermanent(HWND window);
     /// Ends all temporary objects. The idle loop calls this while nobody holds an STempMapLock.
     static void DeleteTempMap() noexcept;
-    /// Enters the object as the window's. 0 for a null handle.
+    /// Enters the object as the window's. 0 for a null handle. An object that had another window lets that go, as Detach does; a
+    /// window that had another object is taken over from it.
     int Attach(HWND window);
-    /// Takes it out again, with our procedure where the window has one of its own; the handle that it had.
+    /// Takes it out again, with our procedure where the window has one of its own; the handle that it had. Where somebody put a
+    /// procedure over ours, ours stays and passes on to the window's own.
     HWND Detach() noexcept;
     /// What Attach recorded for diagnostics while the per-user value UseHandleDesc is on: class, title and object. Else empty.
     static SString GetHandleDescription(HWND window);
@@ -110,12 +76,15 @@ public:
     static const wchar_t* RegisterWindowClass(UINT style = 0, HCURSOR cursor = nullptr,
                                               HBRUSH background = nullptr, HICON icon = nullptr);
     /// Creates the window; the object is attached before the first message. `id` is a child's number or a menu. 0 when the
-    /// system refuses (GetLastError tells why); then the object is not attached. Throws what a handler threw.
+    /// object has a window already, and when the system or a handler refuses (GetLastError tells why); then there is no window,
+    /// and where WM_NCDESTROY came (OnCreate answered -1), PostNcDestroy has been called. Throws what a handler threw; then there
+    /// is no window either.
     int CreateEx(DWORD exStyle, const wchar_t* className, const wchar_t* title, DWORD style, const RECT& rect,
                  SWnd* parent, UINT_PTR id, void* parameter = nullptr);
     /// 0 without a window. The object may be deleted by this.
     int DestroyWindow();
-    /// Attaches the object to a window that exists and puts our procedure in front of its own. 0 when it cannot.
+    /// Attaches the object to a window that exists and puts our procedure in front of its own. 0 when the object has a window or
+    /// the window an object, when there is no such window, and for windows of other threads.
     int SubclassWindow(HWND window);
     /// The same for a child by its number.
     int SubclassChild(int id, SWnd* parent);
@@ -126,7 +95,7 @@ public:
 
     /// The system's call; throws what the window's handler threw.
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    /// To every window below, each before those in it; with `onlyPermanent` only to those with permanent objects.
+    /// To every window that is below at the start of its turn, each before those in it; with `onlyPermanent` only to those with permanent objects.
     static void SendMessageToDescendants(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                                          int deep = TRUE, int onlyPermanent = FALSE);
     /// DefWindowProc with the message that is being dispatched.
@@ -162,44 +131,52 @@ protected:
     int ReflectChildNotify(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* result);
 
     void OnNcDestroy();
-    /// Brings the items of a menu that opens up to date.
+    /// Brings the items of a menu that opens up to date; but not those of the window's system menu, and not those that a control
+    /// of the system shows for itself.
     LRESULT OnInitMenuPopup(WPARAM menu, LPARAM place);
+    /// Gives a message that is about a control (WM_DRAWITEM and its kin, scroll bars) to the control's own object first.
+    LRESULT OnReflected(WPARAM wParam, LPARAM lParam);
 
     S_DECLARE_MESSAGE_MAP()
 
 private:
     friend class SHandleMap<HWND, SWnd>;
     friend class SWndCreation;
+    friend class SWndWatch;
 
     static SWnd* MakeTemporary(HWND window);
     static void EndTemporary(SWnd* window) noexcept;
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     int CallHandler(const SMsgMapEntry& entry, WPARAM wParam, LPARAM lParam, LRESULT* result);
-    void PutProcedure();
+    void Enter(HWND window);
+    bool PutProcedure();
+    void LeaveMainWindow() noexcept;
 
     HWND m_hWnd;
     UINT m_flags;
     WNDPROC m_oldProc;
+    SWndWatch* m_watches; // calls below which the object must not go unseen
 };
 
 // ---- Entries for messages of windows ----
 
-#define S_ON_FORM(message, form, Type, fn) S_ON_ANY(message, 0, 0, 0, form, Type, fn)
+/// A message whose handler is called in a form of SWndForm; its type is SWndFormOf<form>::Type.
+#define S_ON_FORM(message, form, fn) S_ON_ANY(message, 0, 0, 0, form, SWndFormOf<form>::Type, fn)
 /// LRESULT fn(WPARAM, LPARAM)
-#define S_ON_MESSAGE(message, fn) S_ON_FORM(message, SWndForm::kWL, LRESULT(WPARAM, LPARAM), fn)
+#define S_ON_MESSAGE(message, fn) S_ON_FORM(message, SWndForm::kWL, fn)
 /// The same for the message whose number stands in the variable (RegisterWindowMessageW).
 #define S_ON_REGISTERED_MESSAGE(variable, fn)                                                                \
-    S_ON_ANY(0xC000, 0, 0, 0, reinterpret_cast<UINT_PTR>(static_cast<const UINT*>(&(variable))),             \
-             LRESULT(WPARAM, LPARAM), fn)
-#define S_ON_WM_CREATE() S_ON_FORM(WM_CREATE, SWndForm::kL, LRESULT(LPARAM), OnCreate)
-#define S_ON_WM_DESTROY() S_ON_FORM(WM_DESTROY, SWndForm::kNothingW, void(), OnDestroy)
-#define S_ON_WM_NCDESTROY() S_ON_FORM(WM_NCDESTROY, SWndForm::kNothingW, void(), OnNcDestroy)
-#define S_ON_WM_CLOSE() S_ON_FORM(WM_CLOSE, SWndForm::kNothingW, void(), OnClose)
-#define S_ON_WM_PAINT() S_ON_FORM(WM_PAINT, SWndForm::kNothingL, void(), OnPaint)
-#define S_ON_WM_SIZE() S_ON_FORM(WM_SIZE, SWndForm::kWL, LRESULT(WPARAM, LPARAM), OnSize)
-#define S_ON_WM_TIMER() S_ON_FORM(WM_TIMER, SWndForm::kWAnswersL, void(WPARAM), OnTimer)
-#define S_ON_WM_SETFOCUS() S_ON_FORM(WM_SETFOCUS, SWndForm::kWindowWAnswersW, void(SWnd*), OnSetFocus)
-#define S_ON_WM_KILLFOCUS() S_ON_FORM(WM_KILLFOCUS, SWndForm::kWindowWAnswersW, void(SWnd*), OnKillFocus)
-#define S_ON_WM_ERASEBKGND() S_ON_FORM(WM_ERASEBKGND, SWndForm::kW, LRESULT(WPARAM), OnEraseBkgnd)
+    S_ON_ANY(kFirstRegisteredMessage, 0, 0, 0,                                                               \
+             reinterpret_cast<UINT_PTR>(static_cast<const UINT*>(&(variable))), LRESULT(WPARAM, LPARAM), fn)
+#define S_ON_WM_CREATE() S_ON_FORM(WM_CREATE, SWndForm::kL, OnCreate)
+#define S_ON_WM_DESTROY() S_ON_FORM(WM_DESTROY, SWndForm::kNothingW, OnDestroy)
+#define S_ON_WM_NCDESTROY() S_ON_FORM(WM_NCDESTROY, SWndForm::kNothingW, OnNcDestroy)
+#define S_ON_WM_CLOSE() S_ON_FORM(WM_CLOSE, SWndForm::kNothingW, OnClose)
+#define S_ON_WM_PAINT() S_ON_FORM(WM_PAINT, SWndForm::kNothingL, OnPaint)
+#define S_ON_WM_SIZE() S_ON_FORM(WM_SIZE, SWndForm::kWL, OnSize)
+#define S_ON_WM_TIMER() S_ON_FORM(WM_TIMER, SWndForm::kWAnswersL, OnTimer)
+#define S_ON_WM_SETFOCUS() S_ON_FORM(WM_SETFOCUS, SWndForm::kWindowWAnswersW, OnSetFocus)
+#define S_ON_WM_KILLFOCUS() S_ON_FORM(WM_KILLFOCUS, SWndForm::kWindowWAnswersW, OnKillFocus)
+#define S_ON_WM_ERASEBKGND() S_ON_FORM(WM_ERASEBKGND, SWndForm::kW, OnEraseBkgnd)
 
 #endif

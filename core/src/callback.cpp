@@ -29,6 +29,14 @@ void SParkException() noexcept
     ++g_parked;
 }
 
+void SDropParked() noexcept
+{
+    if (!SIsExceptionParked())
+        return;
+    --g_parked;
+    AppendToExceptionLogPrefixed(SDescribeException(std::exchange(t_parked, nullptr)), kSecond);
+}
+
 bool SIsExceptionParked() noexcept
 {
     return g_parked.load(std::memory_order_relaxed) != 0 && t_parked;

@@ -98,50 +98,75 @@ int SCmdTarget::OnCmdMsg(UINT id, int code, void* extra, S_CMDHANDLERINFO* info)
     return CallHandler(*entry, id, extra);
 }
 
+namespace {
+
+template <UINT_PTR form, class... Arguments>
+auto CallAs(SCmdTarget* target, S_PMSG handler, Arguments... arguments)
+{
+    return SHandler<typename SCmdFormOf<form>::Type>::Call(target, handler, arguments...);
+}
+
+int CallNotify(SCmdTarget* target, const SMsgMapEntry& entry, UINT id, const SNotifyRecord& notify)
+{
+    const S_PMSG handler = entry.handler;
+    NMHDR* const header = notify.header;
+    LRESULT* const result = notify.result;
+    switch (entry.form) {
+    case SCmdForm::kNotify: CallAs<SCmdForm::kNotify>(target, handler, header, result); return TRUE;
+    case SCmdForm::kNotifyAsked: return CallAs<SCmdForm::kNotifyAsked>(target, handler, header, result);
+    case SCmdForm::kIdNotify: CallAs<SCmdForm::kIdNotify>(target, handler, id, header, result); return TRUE;
+    default: return CallAs<SCmdForm::kIdNotifyAsked>(target, handler, id, header, result);
+    }
+}
+
+int CallOle(SCmdTarget* target, const SMsgMapEntry& entry, UINT id, SOleCommand* command)
+{
+    OwnOleCommand own(id);
+    if (!command)
+        command = own.Get();
+    if (!command)
+        return FALSE;
+    if (entry.form == SCmdForm::kOleCommand) {
+        CallAs<SCmdForm::kOleCommand>(target, entry.handler, command);
+        return command->declined == 0;
+    }
+    const int taken = CallAs<SCmdForm::kOleCommandAsked>(target, entry.handler, command);
+    if (!taken)
+        command->declined = TRUE;
+    return taken;
+}
+
+} // namespace
+
 int SCmdTarget::CallHandler(const SMsgMapEntry& entry, UINT id, void* extra)
 {
     const SHandlerGuard guard;
     const S_PMSG handler = entry.handler;
-    const SNotifyRecord* const notify = static_cast<const SNotifyRecord*>(extra);
-    SCmdUI* const ui = static_cast<SCmdUI*>(extra);
     switch (entry.form) {
-    case SCmdForm::kIdAsked: return SHandler<int(UINT)>::Call(this, handler, id);
-    case SCmdForm::kPlain: SHandler<void()>::Call(this, handler); return TRUE;
-    case SCmdForm::kId: SHandler<void(UINT)>::Call(this, handler, id); return TRUE;
-    case SCmdForm::kPlainAsked: return SHandler<int()>::Call(this, handler);
+    case SCmdForm::kIdAsked: return CallAs<SCmdForm::kIdAsked>(this, handler, id);
+    case SCmdForm::kPlain: CallAs<SCmdForm::kPlain>(this, handler); return TRUE;
+    case SCmdForm::kId: CallAs<SCmdForm::kId>(this, handler, id); return TRUE;
+    case SCmdForm::kPlainAsked: return CallAs<SCmdForm::kPlainAsked>(this, handler);
     case SCmdForm::kNotify:
-        SHandler<void(NMHDR*, LRESULT*)>::Call(this, handler, notify->header, notify->result);
-        return TRUE;
     case SCmdForm::kNotifyAsked:
-        return SHandler<int(NMHDR*, LRESULT*)>::Call(this, handler, notify->header, notify->result);
     case SCmdForm::kIdNotify:
-        SHandler<void(UINT, NMHDR*, LRESULT*)>::Call(this, handler, id, notify->header, notify->result);
-        return TRUE;
     case SCmdForm::kIdNotifyAsked:
-        return SHandler<int(UINT, NMHDR*, LRESULT*)>::Call(this, handler, id, notify->header, notify->result);
+        return extra ? CallNotify(this, entry, id, *static_cast<const SNotifyRecord*>(extra)) : FALSE;
     case SCmdForm::kUpdate:
-        SHandler<void(SCmdUI*)>::Call(this, handler, ui);
-        return !ui->TakeContinueRouting();
-    case SCmdForm::kIdUpdate:
-        SHandler<void(SCmdUI*, UINT)>::Call(this, handler, ui, id);
-        return !ui->TakeContinueRouting();
-    case SCmdForm::kExtra: SHandler<void(void*)>::Call(this, handler, extra); return TRUE;
-    case SCmdForm::kExtraAsked: return SHandler<int(void*)>::Call(this, handler, extra);
-    case SCmdForm::kOleCommand:
-    case SCmdForm::kOleCommandAsked: {
-        OwnOleCommand own(id);
-        SOleCommand* const command = extra ? static_cast<SOleCommand*>(extra) : own.Get();
-        if (!command)
+    case SCmdForm::kIdUpdate: {
+        SCmdUI* const ui = static_cast<SCmdUI*>(extra);
+        if (!ui)
             return FALSE;
-        if (entry.form == SCmdForm::kOleCommand) {
-            SHandler<void(SOleCommand*)>::Call(this, handler, command);
-            return command->declined == 0;
-        }
-        const int taken = SHandler<int(SOleCommand*)>::Call(this, handler, command);
-        if (!taken)
-            command->declined = TRUE;
-        return taken;
+        if (entry.form == SCmdForm::kUpdate)
+            CallAs<SCmdForm::kUpdate>(this, handler, ui);
+        else
+            CallAs<SCmdForm::kIdUpdate>(this, handler, ui, id);
+        return !ui->TakeContinueRouting();
     }
+    case SCmdForm::kExtra: CallAs<SCmdForm::kExtra>(this, handler, extra); return TRUE;
+    case SCmdForm::kExtraAsked: return CallAs<SCmdForm::kExtraAsked>(this, handler, extra);
+    case SCmdForm::kOleCommand:
+    case SCmdForm::kOleCommandAsked: return CallOle(this, entry, id, static_cast<SOleCommand*>(extra));
     default: return FALSE;
     }
 }

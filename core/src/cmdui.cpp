@@ -76,7 +76,7 @@ int SCmdUI::DoUpdate(SCmdTarget* target, int disable)
     if (m_id == 0)
         return 0;
     const int answered = target->OnCmdMsg(m_id, -1, this, nullptr);
-    if (!answered && disable) {
+    if (!answered && disable && !m_handlerEnabled) {
         S_CMDHANDLERINFO info = {};
         Enable(target->OnCmdMsg(m_id, 0, nullptr, &info));
     }

@@ -2,6 +2,7 @@
 #include "handledesc.h"
 
 #include "modstate.h"
+#include "sexcept.h"
 #include "smap.h"
 
 #include <cstring>
@@ -12,7 +13,7 @@ constexpr unsigned kKeyPathId = 114;
 constexpr wchar_t kKeySuffix[] = L"\\Diagnostics";
 constexpr wchar_t kValueName[] = L"UseHandleDesc";
 
-// Read once a process, from the key of the user.
+// From the key of the user.
 bool ReadSetting()
 {
     SString path;
@@ -38,9 +39,17 @@ bool ReadSetting()
     return value.CompareNoCase(L"Yes") == 0 || value.CompareNoCase(L"true") == 0 || value.ToLONG() != 0;
 }
 
-bool IsWanted()
+// Read once a process.
+bool IsWanted() noexcept
 {
-    static const bool wanted = ReadSetting();
+    static const bool wanted = [] {
+        try {
+            return ReadSetting();
+        }
+        catch (const SEOutOfMemory&) {
+            return false;
+        }
+    }();
     return wanted;
 }
 
@@ -52,14 +61,17 @@ SMap<HWND, SString>& Descriptions()
 
 } // namespace
 
-void DescribeHandle(HWND window, const SClassInfo* object) noexcept
+void DescribeHandle(HWND window, const SClassInfo* object, const wchar_t* title) noexcept
 {
     try {
         if (!IsWanted())
             return;
-        wchar_t className[64] = {}, title[128] = {};
+        wchar_t className[64] = {}, asked[128] = {};
         ::GetClassNameW(window, className, 64);
-        ::GetWindowTextW(window, title, 128);
+        if (!title) {
+            ::GetWindowTextW(window, asked, 128);
+            title = asked;
+        }
         Descriptions().Set(window, SString().Format(L"%s \"%s\" of %hs", className, title, object->name));
     }
     catch (...) {

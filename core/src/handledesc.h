@@ -5,8 +5,9 @@
 #include "baseobj.h"
 #include "strclss.h"
 
-/// Records class and title of a window and the class of its object, while the per-user value asks for that.
-void DescribeHandle(HWND window, const SClassInfo* object) noexcept;
+/// Records class and title of a window and the class of its object, while the per-user value asks for that. A null title is
+/// asked of the window.
+void DescribeHandle(HWND window, const SClassInfo* object, const wchar_t* title) noexcept;
 void ForgetHandle(HWND window) noexcept;
 SString HandleDescription(HWND window);
 

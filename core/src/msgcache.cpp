@@ -1,6 +1,8 @@
 // msgcache.cpp: which handler a class has for a message.
 #include "msgcache.h"
 
+#include "window.h"
+
 namespace {
 
 struct Slot {
@@ -11,16 +13,14 @@ struct Slot {
 constexpr unsigned kSlots = 256;
 Slot g_slots[kSlots];
 
-constexpr UINT kRegistered = 0xC000;
-
 // A registered message has another number in each session, so its entry has the address of the variable that holds it.
 bool Fits(const SMsgMapEntry& entry, UINT message)
 {
     if (entry.code != 0 || entry.firstId != 0)
         return false;
-    if (message < kRegistered)
+    if (message < kFirstRegisteredMessage)
         return entry.message == message;
-    return entry.message == kRegistered && *reinterpret_cast<const UINT*>(entry.form) == message;
+    return entry.message == kFirstRegisteredMessage && *reinterpret_cast<const UINT*>(entry.form) == message;
 }
 
 const SMsgMapEntry* Search(const SMsgMap* map, UINT message)

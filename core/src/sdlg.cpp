@@ -4,6 +4,7 @@
 #include "callback.h"
 #include "winapp.h"
 #include "wndcreate.h"
+#include "wndwatch.h"
 
 S_IMPLEMENT_DYNCREATE(SDlg, SWnd)
 
@@ -37,6 +38,8 @@ int SDlg::Create(const DLGTEMPLATE* dialog, SWnd* parent)
 {
     if (!dialog || GetHandle())
         return FALSE;
+    SRethrowParked(); // what is parked behind the call is then the dialog's own
+    const SWndWatch watch(this);
     HWND window;
     {
         const SWndCreation creation(this);
@@ -45,26 +48,44 @@ int SDlg::Create(const DLGTEMPLATE* dialog, SWnd* parent)
         window = ::CreateDialogIndirectParamW(::GetModuleHandleW(nullptr), dialog,
                                               parent ? parent->GetHandle() : nullptr, DialogProc, 0);
     }
-    if (!window && GetHandle())
-        Detach();
-    if (window && SIsExceptionParked())
-        ::DestroyWindow(window);
-    SRethrowParked();
+    SWndCreation::Settle(watch.IsAlive() ? this : nullptr, window);
     return window != nullptr;
+}
+
+// What a modal run ends with. It lies outside the object, which may delete itself when its window goes.
+struct SDlg::Outcome {
+    int result = -1;
+    bool ended = false;
+};
+
+template <class Make>
+int SDlg::DoModalWith(SWnd* parent, Make make)
+{
+    if (GetHandle())
+        return -1;
+    Outcome outcome;
+    const SWndWatch watch(this);
+    struct Modal {
+        SDlg& dialog;
+        const SWndWatch& watch;
+        ~Modal()
+        {
+            if (watch.IsAlive())
+                dialog.m_outcome = nullptr;
+        }
+    } const modal{ *this, watch };
+    m_outcome = &outcome;
+    return make() ? RunModal(parent, outcome) : -1;
 }
 
 int SDlg::DoModal(const wchar_t* templateName, SWnd* parent, HINSTANCE module)
 {
-    m_isModal = 1;
-    m_ended = 0;
-    return Create(templateName, parent, module) ? RunModal(parent) : -1;
+    return DoModalWith(parent, [&] { return Create(templateName, parent, module); });
 }
 
 int SDlg::DoModal(const DLGTEMPLATE* dialog, SWnd* parent)
 {
-    m_isModal = 1;
-    m_ended = 0;
-    return Create(dialog, parent) ? RunModal(parent) : -1;
+    return DoModalWith(parent, [&] { return Create(dialog, parent); });
 }
 
 namespace {
@@ -91,17 +112,18 @@ private:
 };
 
 // One message; false for WM_QUIT, which goes back for the loop outside.
-bool Pump(SDlg& dialog)
+bool Pump(SDlg& dialog, const SWndWatch& watch)
 {
+    SRethrowParked();
     MSG message;
     if (!::GetMessageW(&message, nullptr, 0, 0)) {
         ::PostQuitMessage(static_cast<int>(message.wParam));
+        SRethrowParked();
         return false;
     }
-    SRethrowParked();
     SWinApp* const app = SWinApp::Get();
     const bool taken = (app && app->PreTranslateMessage(&message)) ||
-                       (dialog.GetHandle() && dialog.PreTranslateMessage(&message));
+                       (watch.IsAlive() && dialog.GetHandle() && dialog.PreTranslateMessage(&message));
     if (!taken) {
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
@@ -112,33 +134,34 @@ bool Pump(SDlg& dialog)
 
 } // namespace
 
-int SDlg::RunModal(SWnd* parent)
+int SDlg::RunModal(SWnd* parent, const Outcome& outcome)
 {
-    int result = -1;
+    const SWndWatch watch(this);
     try {
         const Rest rest(parent);
         ::ShowWindow(GetHandle(), SW_SHOW);
-        while (!m_ended && GetHandle() && Pump(*this)) {}
-        if (m_ended)
-            result = m_result;
+        while (!outcome.ended && watch.IsAlive() && GetHandle() && Pump(*this, watch)) {}
     }
     catch (...) {
-        DestroyWindow();
+        if (watch.IsAlive() && GetHandle())
+            ::DestroyWindow(GetHandle());
+        SDropParked(); // the first exception is the one that counts
         throw;
     }
-    m_isModal = 0;
-    DestroyWindow();
-    return result;
+    if (watch.IsAlive())
+        DestroyWindow();
+    return outcome.result;
 }
 
 void SDlg::EndDialog(int result)
 {
-    m_result = result;
-    m_ended = 1;
-    if (!m_isModal)
+    if (!m_outcome) {
         DestroyWindow();
-    else
-        ::PostMessageW(GetHandle(), WM_NULL, 0, 0); // so that the loop looks
+        return;
+    }
+    m_outcome->result = result;
+    m_outcome->ended = true;
+    ::PostMessageW(GetHandle(), WM_NULL, 0, 0); // so that the loop looks
 }
 
 int SDlg::PreTranslateMessage(MSG* message)

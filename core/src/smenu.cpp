@@ -30,6 +30,7 @@ int SMenu::DestroyMenu() noexcept
 
 void SMenu::UpdateItems(SCmdTarget* target)
 {
+    const STempMapLock lock; // a handler may run a loop of its own, and this may be a temporary object
     const int count = ::GetMenuItemCount(GetHandle());
     for (int i = 0; i < count; ++i) {
         const UINT id = ::GetMenuItemID(GetHandle(), i);

@@ -91,6 +91,8 @@ int SWinApp::Run()
     if (m_needIdle)
         m_idleCount = 0;
     m_needIdle = 0;
+    if (m_commands.Count() > 0)
+        SetNeedOnIdle(1); // one of them ended an earlier run by throwing; these are still to come
     for (;;) {
         DoIdle();
         do {
@@ -106,10 +108,15 @@ int SWinApp::ExitInstance()
 }
 
 // What keeps a window painted and alive goes through.
-int SWinApp::IsDroppedForModalState() const
+int SWinApp::IsDroppedForModalState()
 {
     const SModalState* const modal = SModalState::GetCurrent();
-    if (!modal || modal->IsEnabled() || m_message.hwnd != modal->GetOwnerWnd())
+    if (!modal || modal->IsEnabled())
+        return FALSE;
+    HWND owner = modal->GetOwnerWnd();
+    if (const SWnd* const usual = owner ? nullptr : GetOwnerWnd())
+        owner = usual->GetHandle();
+    if (!owner || m_message.hwnd != owner)
         return FALSE;
     switch (m_message.message) {
     case WM_TIMER:
@@ -130,27 +137,37 @@ int SWinApp::PumpMessage()
                                      nullptr, -1);
         VectoredExceptionHook::FormatException(VectoredExceptionHook::kForget, 1);
     }
-    const BOOL got = ::GetMessageW(&m_message, nullptr, 0, 0);
-    SRethrowParked(); // of a message that was sent from elsewhere meanwhile
-    if (!got)
+    // What is parked by now goes out before a message is fetched, which would be lost; what messages from elsewhere park during
+    // the wait goes out when the one that ended it has been dealt with.
+    SRethrowParked();
+    if (!::GetMessageW(&m_message, nullptr, 0, 0)) {
+        if (SIsExceptionParked())
+            ::PostQuitMessage(static_cast<int>(m_message.wParam));
+        SRethrowParked();
         return FALSE;
+    }
+    HandleMessage();
+    SRethrowParked();
+    return TRUE;
+}
+
+void SWinApp::HandleMessage()
+{
     if (IsDroppedForModalState())
-        return TRUE;
+        return;
     if (IsIdleMessage(&m_message)) {
         if (!m_needIdle)
             m_idleCount = 0;
         m_needIdle = 1;
     }
     if (m_message.message == kKickIdle)
-        return TRUE;
+        return;
     // A nested loop puts messages of its own into the current one.
     MSG message = m_message;
     if (message.message != 0 && PreTranslateMessage(&message))
-        return TRUE;
+        return;
     ::TranslateMessage(&message);
     ::DispatchMessageW(&message);
-    SRethrowParked();
-    return TRUE;
 }
 
 int SWinApp::PreTranslateMessage(MSG* message)
@@ -165,7 +182,7 @@ int SWinApp::IsIdleMessage(MSG* message)
         return FALSE;
     static const UINT kQueue = ::RegisterWindowMessageW(kQueueMessage);
     static HWND queueWindow = nullptr;
-    if (message->message == kQueue && !queueWindow)
+    if (kQueue != 0 && message->message == kQueue && !queueWindow)
         queueWindow = message->hwnd;
     if (queueWindow && message->hwnd == queueWindow)
         return FALSE;
@@ -279,6 +296,8 @@ int SWinApp::OnDDECommand(wchar_t* command)
         m_needIdle = 1;
         if (m_mainWnd && m_mainWnd->GetHandle())
             ::PostMessageW(m_mainWnd->GetHandle(), kKickIdle, 0, 0);
+        else
+            ::PostThreadMessageW(::GetCurrentThreadId(), kKickIdle, 0, 0);
         return TRUE;
     }
     return FALSE;

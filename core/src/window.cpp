@@ -1,14 +1,16 @@
 // window.cpp: objects and handles, creation, the window procedure, destruction.
 //
 // Nothing is thrown through the system: Procedure parks what comes out of a handler, and our calls around the dispatch throw it
-// on. After a handler no member of the object is touched, since the handler may have deleted it.
+// on. A handler may delete the object: where it is needed behind a call, an SWndWatch tells whether it is still there.
 #include "window.h"
 
 #include "callback.h"
 #include "crash.h"
 #include "handledesc.h"
+#include "tablemem.h"
 #include "winapp.h"
 #include "wndcreate.h"
+#include "wndwatch.h"
 
 #include <utility>
 
@@ -24,6 +26,13 @@ SHandleMap<HWND, SWnd>& Map()
     return map;
 }
 
+// Windows that no object belongs to any more, in whose chain of procedures ours could not be taken out, with their own.
+SMap<HWND, WNDPROC>& LeftBehind()
+{
+    static SMap<HWND, WNDPROC> left;
+    return left;
+}
+
 WNDPROC ProcedureOf(HWND window)
 {
     return reinterpret_cast<WNDPROC>(::GetWindowLongPtrW(window, GWLP_WNDPROC));
@@ -35,8 +44,12 @@ WNDPROC ProcedureOf(HWND window)
 
 SWnd::~SWnd()
 {
-    if (const HWND window = Detach())
-        ::DestroyWindow(window);
+    SWndWatch::EndAll(this);
+    if (!m_hWnd)
+        return;
+    LeaveMainWindow();
+    const HWND window = Detach();
+    ::DestroyWindow(window);
 }
 
 SWnd* SWnd::MakeTemporary(HWND window)
@@ -67,13 +80,28 @@ void SWnd::DeleteTempMap() noexcept
     Map().DeleteTemporary();
 }
 
+// The part of Attach that the creation hook needs too.
+void SWnd::Enter(HWND window)
+{
+    SWnd* const owner = Map().FindPermanent(window);
+    if (owner == this)
+        return;
+    Map().SetPermanent(window, this);
+    if (m_hWnd)
+        Detach();
+    m_hWnd = window;
+    if (owner) {
+        owner->m_hWnd = nullptr;
+        m_oldProc = std::exchange(owner->m_oldProc, nullptr);
+    }
+}
+
 int SWnd::Attach(HWND window)
 {
     if (!window)
         return FALSE;
-    Map().SetPermanent(window, this);
-    m_hWnd = window;
-    DescribeHandle(window, GetClassInfo());
+    Enter(window);
+    DescribeHandle(window, GetClassInfo(), nullptr);
     return TRUE;
 }
 
@@ -87,9 +115,19 @@ HWND SWnd::Detach() noexcept
         Map().RemovePermanent(window);
         ForgetHandle(window);
     }
-    // Without its object our procedure has nowhere to pass messages on to.
-    if (own && ProcedureOf(window) == Procedure)
+    if (!own || !::IsWindow(window))
+        return window;
+    if (ProcedureOf(window) == Procedure) {
         ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(own));
+        return window;
+    }
+    // Somebody else's stands in front and will go on calling ours.
+    try {
+        LeftBehind().Set(window, own);
+    }
+    catch (const SEOutOfMemory&) {
+        // The window loses what its own procedure does; nothing better can be had.
+    }
     return window;
 }
 
@@ -101,21 +139,22 @@ SString SWnd::GetHandleDescription(HWND window)
 // ---- Creating ----
 
 // Puts our procedure in front, unless the window's class has it already.
-void SWnd::PutProcedure()
+bool SWnd::PutProcedure()
 {
-    const WNDPROC own = ProcedureOf(m_hWnd);
-    if (own == Procedure)
-        return;
-    m_oldProc = own;
-    ::SetWindowLongPtrW(m_hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(Procedure));
+    if (ProcedureOf(m_hWnd) == Procedure)
+        return true;
+    m_oldProc = reinterpret_cast<WNDPROC>(
+        ::SetWindowLongPtrW(m_hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(Procedure)));
+    return m_oldProc != nullptr;
 }
 
 const wchar_t* SWnd::RegisterWindowClass(UINT style, HCURSOR cursor, HBRUSH background, HICON icon)
 {
     static SMap<SString, SString> names; // each under itself, so that its text can be given away
     const HINSTANCE instance = ::GetModuleHandleW(nullptr);
-    const SString name =
-        SString().Format(L"CVCore16:%x:%p:%p:%p:%p", style, instance, cursor, background, icon);
+    // With our own address: the class outlives the library where that is unloaded and comes again at another place.
+    const SString name = SString().Format(L"CVCore16:%x:%p:%p:%p:%p:%p", style, instance, cursor, background,
+                                          icon, reinterpret_cast<void*>(Procedure));
     if (const SString* const known = names.Find(name))
         return *known;
     names.Set(name, name); // before the class exists: a class whose name is lost could never be had again
@@ -136,6 +175,12 @@ const wchar_t* SWnd::RegisterWindowClass(UINT style, HCURSOR cursor, HBRUSH back
 int SWnd::CreateEx(DWORD exStyle, const wchar_t* className, const wchar_t* title, DWORD style,
                    const RECT& rect, SWnd* parent, UINT_PTR id, void* parameter)
 {
+    if (m_hWnd) {
+        ::SetLastError(ERROR_ALREADY_INITIALIZED);
+        return FALSE;
+    }
+    SRethrowParked(); // what is parked behind the call is then the window's own
+    const SWndWatch watch(this);
     HWND window = nullptr;
     DWORD error;
     {
@@ -148,9 +193,7 @@ int SWnd::CreateEx(DWORD exStyle, const wchar_t* className, const wchar_t* title
                               reinterpret_cast<HMENU>(id), ::GetModuleHandleW(nullptr), parameter);
         error = ::GetLastError();
     }
-    if (!window && m_hWnd)
-        Detach(); // the system has taken the window away without a last message
-    SRethrowParked();
+    SWndCreation::Settle(watch.IsAlive() ? this : nullptr, window);
     ::SetLastError(error);
     return window != nullptr;
 }
@@ -167,15 +210,18 @@ int SWnd::DestroyWindow()
 
 int SWnd::SubclassWindow(HWND window)
 {
-    if (m_hWnd || !::IsWindow(window) || FromHandlePermanent(window) || !Attach(window))
+    if (m_hWnd || !::IsWindow(window) || FromHandlePermanent(window) ||
+        ::GetWindowThreadProcessId(window, nullptr) != ::GetCurrentThreadId() || !Attach(window))
         return FALSE;
-    PutProcedure();
-    return TRUE;
+    if (PutProcedure())
+        return TRUE;
+    Detach();
+    return FALSE;
 }
 
 int SWnd::SubclassChild(int id, SWnd* parent)
 {
-    return SubclassWindow(::GetDlgItem(parent->GetHandle(), id));
+    return parent && SubclassWindow(::GetDlgItem(parent->GetHandle(), id));
 }
 
 HWND SWnd::UnsubclassWindow()
@@ -211,22 +257,47 @@ private:
 
 } // namespace
 
+namespace {
+
+// For a window whose object went while our procedure had to stay.
+LRESULT PassToOwn(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const WNDPROC* const own = LeftBehind().Find(window);
+    if (!own)
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    const LRESULT result = ::CallWindowProcW(*own, window, message, wParam, lParam);
+    if (message == WM_NCDESTROY)
+        LeftBehind().Remove(window);
+    return result;
+}
+
+} // namespace
+
 __attribute__((force_align_arg_pointer)) LRESULT CALLBACK SWnd::Procedure(HWND window, UINT message,
                                                                           WPARAM wParam, LPARAM lParam)
 {
     SWnd* const object = FromHandlePermanent(window);
     if (!object)
-        return ::DefWindowProcW(window, message, wParam, lParam);
+        return PassToOwn(window, message, wParam, lParam);
     const LastMessageKeeper last(message, wParam, lParam);
+    LRESULT result;
     try {
         if (!VectoredExceptionHook::IsInstalled())
-            return object->WindowProc(message, wParam, lParam);
-        return SRunGuarded([&] { return object->WindowProc(message, wParam, lParam); });
+            result = object->WindowProc(message, wParam, lParam);
+        else
+            result = SRunGuarded([&] { return object->WindowProc(message, wParam, lParam); });
     }
     catch (...) {
         SParkException();
-        return AnswerForFailure(window, message);
+        result = AnswerForFailure(window, message);
     }
+    if (message == WM_NCDESTROY) {
+        // A handler that threw, or did not call its base, has left the object with a handle that will be another window's.
+        if (SWnd* const left = FromHandlePermanent(window))
+            left->Detach();
+        LeftBehind().Remove(window);
+    }
+    return result;
 }
 
 WNDPROC SWnd::GetSuperWndProc() const
@@ -237,7 +308,10 @@ WNDPROC SWnd::GetSuperWndProc() const
 LRESULT SWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     LRESULT result = 0;
-    return OnWndMsg(message, wParam, lParam, &result) ? result : DefWindowProcW(message, wParam, lParam);
+    const SWndWatch watch(this);
+    if (OnWndMsg(message, wParam, lParam, &result) || !watch.IsAlive())
+        return result;
+    return DefWindowProcW(message, wParam, lParam);
 }
 
 LRESULT SWnd::DefWindowProcW(UINT message, WPARAM wParam, LPARAM lParam)
@@ -267,28 +341,41 @@ LRESULT SWnd::SendMessage(UINT message, WPARAM wParam, LPARAM lParam)
 void SWnd::SendMessageToDescendants(HWND window, UINT message, WPARAM wParam, LPARAM lParam, int deep,
                                     int onlyPermanent)
 {
-    for (HWND child = ::GetTopWindow(window); child;) {
-        const HWND next = ::GetWindow(child, GW_HWNDNEXT); // the message may destroy the child
+    // All of them first: the message may destroy any, or bring them into another order.
+    STable<HWND> children;
+    for (HWND child = ::GetTopWindow(window); child; child = ::GetWindow(child, GW_HWNDNEXT))
+        children.Add(child);
+    for (const HWND child : children) {
+        if (!::IsWindow(child))
+            continue;
         if (!onlyPermanent || FromHandlePermanent(child))
             ::SendMessageW(child, message, wParam, lParam);
         SRethrowParked();
         if (deep && ::IsWindow(child))
             SendMessageToDescendants(child, message, wParam, lParam, deep, onlyPermanent);
-        child = next;
     }
 }
 
 // ---- Destruction ----
 
+void SWnd::LeaveMainWindow() noexcept
+{
+    SWinApp* const app = SWinApp::Get();
+    if (!app || app->GetMainWnd() != this)
+        return;
+    ::PostQuitMessage(0);
+    app->SetMainWnd(nullptr);
+}
+
 void SWnd::OnNcDestroy()
 {
-    if (SWinApp* const app = SWinApp::Get(); app && app->GetMainWnd() == this) {
-        ::PostQuitMessage(0);
-        app->SetMainWnd(nullptr);
-    }
+    LeaveMainWindow();
+    const SWndWatch watch(this);
     const HWND window = m_hWnd;
     const WNDPROC before = ProcedureOf(window);
     Default();
+    if (!watch.IsAlive())
+        return;
     const WNDPROC super = GetSuperWndProc();
     if (super && ProcedureOf(window) == before)
         ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(super));

@@ -2,6 +2,7 @@
 #include "wndcreate.h"
 
 #include "callback.h"
+#include "handledesc.h"
 
 #include <utility>
 
@@ -14,12 +15,26 @@ __attribute__((force_align_arg_pointer)) LRESULT CALLBACK SWndCreation::OnEvent(
     if (code == HCBT_CREATEWND && current && current->m_window) {
         SWnd* const window = std::exchange(current->m_window, nullptr);
         const LRESULT refused = SRunCallback(LRESULT{ 1 }, [&]() -> LRESULT {
-            window->Attach(reinterpret_cast<HWND>(wParam));
-            window->PutProcedure();
-            return 0;
+            const HWND created = reinterpret_cast<HWND>(wParam);
+            window->Enter(created);
+            // Asking the window for its title would be its first message.
+            const wchar_t* const title = reinterpret_cast<const CBT_CREATEWNDW*>(lParam)->lpcs->lpszName;
+            DescribeHandle(created, window->GetClassInfo(), IS_INTRESOURCE(title) ? L"" : title);
+            return window->PutProcedure() ? 0 : 1;
         });
         if (refused)
             return refused;
     }
     return ::CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+void SWndCreation::Settle(SWnd* object, HWND window)
+{
+    if (!window && object && object->m_hWnd)
+        object->Detach(); // the system has taken the window away without a last message
+    if (!SIsExceptionParked())
+        return;
+    if (window)
+        ::DestroyWindow(window);
+    SRethrowParked();
 }

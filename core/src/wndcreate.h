@@ -25,6 +25,10 @@ public:
 
     bool IsHooked() const { return m_hook != nullptr; }
 
+    /// After the system's call: a window that was not made leaves no handle in the object (null when that is gone), and one
+    /// whose handlers threw is destroyed. Throws what is parked.
+    static void Settle(SWnd* object, HWND window);
+
 private:
     static LRESULT CALLBACK OnEvent(int code, WPARAM wParam, LPARAM lParam);
 

@@ -6,14 +6,11 @@
 #include "msgcache.h"
 #include "smenu.h"
 #include "winctl.h"
+#include "wndwatch.h"
 
 #include <cwchar>
 
 namespace {
-
-// Reflected messages, for a control's own map.
-constexpr UINT kReflected = 0xBC00;
-constexpr UINT kFirstRegistered = 0xC000;
 
 int Low(ULONG_PTR value)
 {
@@ -37,6 +34,15 @@ int SignedHigh(ULONG_PTR value)
 S_BEGIN_MESSAGE_MAP(SWnd, SCmdTarget)
 S_ON_WM_NCDESTROY()
 S_ON_MESSAGE(WM_INITMENUPOPUP, OnInitMenuPopup)
+S_ON_MESSAGE(WM_DRAWITEM, OnReflected)
+S_ON_MESSAGE(WM_MEASUREITEM, OnReflected)
+S_ON_MESSAGE(WM_DELETEITEM, OnReflected)
+S_ON_MESSAGE(WM_COMPAREITEM, OnReflected)
+S_ON_MESSAGE(WM_VKEYTOITEM, OnReflected)
+S_ON_MESSAGE(WM_CHARTOITEM, OnReflected)
+S_ON_MESSAGE(WM_HSCROLL, OnReflected)
+S_ON_MESSAGE(WM_VSCROLL, OnReflected)
+S_ON_MESSAGE(WM_PARENTNOTIFY, OnReflected)
 S_END_MESSAGE_MAP()
 
 int SWnd::OnWndMsg(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* result)
@@ -62,14 +68,25 @@ int SWnd::OnWndMsg(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* result)
         return FALSE;
     LRESULT ignored;
     LRESULT* const answer = result ? result : &ignored;
-    if (message >= kFirstRegistered) {
+    if (message >= kFirstRegisteredMessage) {
         *answer = SHandler<LRESULT(WPARAM, LPARAM)>::Call(this, entry->handler, wParam, lParam);
         return TRUE;
     }
     return CallHandler(*entry, wParam, lParam, answer);
 }
 
-// The object may be gone when a handler returns: nothing behind a call looks at it.
+namespace {
+
+template <UINT_PTR form, class... Arguments>
+auto CallAs(SCmdTarget* target, S_PMSG handler, Arguments... arguments)
+{
+    return SHandler<typename SWndFormOf<form>::Type>::Call(target, handler, arguments...);
+}
+
+} // namespace
+
+// The object may be gone when a handler returns: nothing behind a call looks at it. Numbers without a name are second ones of
+// the form beside them.
 int SWnd::CallHandler(const SMsgMapEntry& entry, WPARAM w, LPARAM l, LRESULT* result)
 {
     const S_PMSG f = entry.handler;
@@ -81,116 +98,123 @@ int SWnd::CallHandler(const SMsgMapEntry& entry, WPARAM w, LPARAM l, LRESULT* re
     const LRESULT asW = static_cast<LRESULT>(w);
 
     switch (entry.form) {
-    case 1:
-    case 7: *result = SHandler<LRESULT(SWnd*)>::Call(this, f, window(w)); break;
-    case 2: *result = SHandler<LRESULT(WPARAM)>::Call(this, f, w); break;
-    case 3:
-    case 10: *result = SHandler<LRESULT(SWnd*, UINT, UINT)>::Call(this, f, window(w), loL, hiL); break;
-    case 5: *result = SHandler<LRESULT(SWnd*, SWnd*)>::Call(this, f, window(w), window(l)); break;
-    case 8: *result = SHandler<LRESULT(UINT, SWnd*, UINT)>::Call(this, f, loW, window(l), hiW); break;
-    case 9: *result = SHandler<LRESULT(UINT, UINT)>::Call(this, f, loW, hiW); break;
-    case 11: *result = SHandler<LRESULT(LPARAM)>::Call(this, f, l); break;
-    case 12:
-    case 36: *result = SHandler<LRESULT(WPARAM, LPARAM)>::Call(this, f, w, l); break;
-    case 13: *result = SHandler<LRESULT(UINT, UINT, SMenu*)>::Call(this, f, loW, hiW, menu(l)); break;
-    case 14:
-    case 38: *result = SHandler<LRESULT()>::Call(this, f); break;
-    case 15: {
+    case SWndForm::kWindowW:
+    case 7: *result = CallAs<SWndForm::kWindowW>(this, f, window(w)); break;
+    case SWndForm::kW: *result = CallAs<SWndForm::kW>(this, f, w); break;
+    case SWndForm::kWindowWHalvesL:
+    case 10: *result = CallAs<SWndForm::kWindowWHalvesL>(this, f, window(w), loL, hiL); break;
+    case SWndForm::kWindowWWindowL:
+        *result = CallAs<SWndForm::kWindowWWindowL>(this, f, window(w), window(l));
+        break;
+    case SWndForm::kLoWWindowLHiW:
+        *result = CallAs<SWndForm::kLoWWindowLHiW>(this, f, loW, window(l), hiW);
+        break;
+    case SWndForm::kHalvesW: *result = CallAs<SWndForm::kHalvesW>(this, f, loW, hiW); break;
+    case SWndForm::kL: *result = CallAs<SWndForm::kL>(this, f, l); break;
+    case SWndForm::kWL:
+    case 36: *result = CallAs<SWndForm::kWL>(this, f, w, l); break;
+    case SWndForm::kHalvesWMenuL:
+        *result = CallAs<SWndForm::kHalvesWMenuL>(this, f, loW, hiW, menu(l));
+        break;
+    case SWndForm::kNothing:
+    case 38: *result = CallAs<SWndForm::kNothing>(this, f); break;
+    case SWndForm::kNothingObject: {
         const LRESULT address = reinterpret_cast<LRESULT>(this);
-        SHandler<void()>::Call(this, f);
+        CallAs<SWndForm::kNothingObject>(this, f);
         *result = address;
         break;
     }
-    case 16:
-        SHandler<void()>::Call(this, f);
+    case SWndForm::kNothingW:
+        CallAs<SWndForm::kNothingW>(this, f);
         *result = asW;
         break;
-    case 17:
+    case SWndForm::kWAnswersL:
     case 21:
     case 40:
-        SHandler<void(WPARAM)>::Call(this, f, w);
+        CallAs<SWndForm::kWAnswersL>(this, f, w);
         *result = l;
         break;
-    case 18:
-        SHandler<void(UINT)>::Call(this, f, loL);
+    case SWndForm::kLoLAnswersHiL:
+        CallAs<SWndForm::kLoLAnswersHiL>(this, f, loL);
         *result = static_cast<LRESULT>(hiL);
         break;
-    case 19:
+    case SWndForm::kWLoLAnswersHiL:
     case 20:
-        SHandler<void(WPARAM, UINT)>::Call(this, f, w, loL);
+        CallAs<SWndForm::kWLoLAnswersHiL>(this, f, w, loL);
         *result = static_cast<LRESULT>(hiL);
         break;
-    case 22:
-        SHandler<void(int, SWnd*, SWnd*)>::Call(this, f, m_hWnd == reinterpret_cast<HWND>(l), window(l),
-                                                window(w));
+    case SWndForm::kActivate:
+        CallAs<SWndForm::kActivate>(this, f, m_hWnd == reinterpret_cast<HWND>(l), window(l), window(w));
         *result = asW;
         break;
-    case 23:
+    case SWndForm::kWindowWAnswersW:
     case 26:
-        SHandler<void(SWnd*)>::Call(this, f, window(w));
+        CallAs<SWndForm::kWindowWAnswersW>(this, f, window(w));
         *result = asW;
         break;
-    case 24:
-        SHandler<void(SMenu*)>::Call(this, f, menu(w));
+    case SWndForm::kMenuWAnswersW:
+        CallAs<SWndForm::kMenuWAnswersW>(this, f, menu(w));
         *result = asW;
         break;
-    case 25:
-        SHandler<void(SMenu*, WPARAM, UINT)>::Call(this, f, menu(w), w, loL);
+    case SWndForm::kMenuWWLoL:
+        CallAs<SWndForm::kMenuWWLoL>(this, f, menu(w), w, loL);
         *result = static_cast<LRESULT>(hiL);
         break;
-    case 27:
-        SHandler<void(SWnd*, UINT, UINT)>::Call(this, f, window(w), loL, hiL);
+    case SWndForm::kWindowWHalvesLVoid:
+        CallAs<SWndForm::kWindowWHalvesLVoid>(this, f, window(w), loL, hiL);
         *result = asW;
         break;
-    case 28:
-        SHandler<void(SWnd*, int, int)>::Call(this, f, window(w), SignedLow(lBits), SignedHigh(lBits));
+    case SWndForm::kWindowWSignedL:
+        CallAs<SWndForm::kWindowWSignedL>(this, f, window(w), SignedLow(lBits), SignedHigh(lBits));
         *result = asW;
         break;
-    case 29:
-        SHandler<void(SWnd*, LPARAM)>::Call(this, f, window(w), l);
+    case SWndForm::kWindowWL:
+        CallAs<SWndForm::kWindowWL>(this, f, window(w), l);
         *result = asW;
         break;
-    case 30:
-        SHandler<void(WPARAM, SWnd*)>::Call(this, f, w, window(l));
+    case SWndForm::kWWindowL:
+        CallAs<SWndForm::kWWindowL>(this, f, w, window(l));
         *result = l;
         break;
-    case 31:
-        SHandler<void(UINT, SWnd*, UINT)>::Call(this, f, loW, window(l), hiW);
+    case SWndForm::kLoWWindowLHiWVoid:
+        CallAs<SWndForm::kLoWWindowLHiWVoid>(this, f, loW, window(l), hiW);
         *result = l;
         break;
-    case 32:
-        SHandler<void(int, UINT, SWnd*)>::Call(this, f, SignedLow(w), 0u, window(l));
+    case SWndForm::kSloWZeroWindowL:
+        CallAs<SWndForm::kSloWZeroWindowL>(this, f, SignedLow(w), 0u, window(l));
         *result = l;
         break;
-    case 33:
-        SHandler<void(int)>::Call(this, f, SignedLow(w));
+    case SWndForm::kSloW:
+        CallAs<SWndForm::kSloW>(this, f, SignedLow(w));
         *result = SignedHigh(w);
         break;
-    case 34:
+    case SWndForm::kNothingL:
     case 39:
-        SHandler<void()>::Call(this, f);
+        CallAs<SWndForm::kNothingL>(this, f);
         *result = l;
         break;
-    case 35:
+    case SWndForm::kWLAnswers1:
     case 46:
-        SHandler<void(WPARAM, LPARAM)>::Call(this, f, w, l);
+        CallAs<SWndForm::kWLAnswers1>(this, f, w, l);
         *result = 1;
         break;
-    case 37: *result = SHandler<LRESULT(int, int)>::Call(this, f, SignedLow(lBits), SignedHigh(lBits)); break;
-    case 45: *result = SHandler<LRESULT(LPARAM)>::Call(this, f, l); return *result != 0;
-    case 47:
-        SHandler<void(SWnd*)>::Call(this, f, window(l));
+    case SWndForm::kSignedL:
+        *result = CallAs<SWndForm::kSignedL>(this, f, SignedLow(lBits), SignedHigh(lBits));
+        break;
+    case SWndForm::kLDecides: *result = CallAs<SWndForm::kLDecides>(this, f, l); return *result != 0;
+    case SWndForm::kWindowL:
+        CallAs<SWndForm::kWindowL>(this, f, window(l));
         *result = l;
         break;
-    case 48:
-        *result = SHandler<LRESULT(UINT, UINT, UINT, UINT)>::Call(this, f, loW, hiW, loL, hiL);
+    case SWndForm::kHalvesDecide:
+        *result = CallAs<SWndForm::kHalvesDecide>(this, f, loW, hiW, loL, hiL);
         return *result != 0;
-    case 53:
-        SHandler<void(UINT, UINT)>::Call(this, f, loW, hiW);
+    case SWndForm::kHalvesWAnswersL:
+        CallAs<SWndForm::kHalvesWAnswersL>(this, f, loW, hiW);
         *result = l;
         break;
-    case 54:
-        SHandler<void(WPARAM, int)>::Call(this, f, w, SignedLow(lBits));
+    case SWndForm::kWSloL:
+        CallAs<SWndForm::kWSloL>(this, f, w, SignedLow(lBits));
         *result = SignedHigh(lBits);
         break;
     default: return FALSE;
@@ -206,8 +230,11 @@ int SWnd::OnCommand(WPARAM wParam, LPARAM lParam)
     const HWND control = reinterpret_cast<HWND>(lParam);
     if (!control)
         return id != 0 && OnCmdMsg(id, 0, nullptr, nullptr);
+    const SWndWatch watch(this);
     if (ReflectLastMsg(control, nullptr))
         return TRUE;
+    if (!watch.IsAlive())
+        return TRUE; // the control's object took this one with it
     return id != 0 && OnCmdMsg(id, HIWORD(wParam), nullptr, nullptr);
 }
 
@@ -215,8 +242,13 @@ int SWnd::OnNotify(WPARAM, LPARAM lParam, LRESULT* result)
 {
     NMHDR* const header = reinterpret_cast<NMHDR*>(lParam);
     const SLastMessage last = GetLastMessage();
+    LRESULT ignored = 0;
+    result = result ? result : &ignored;
+    const SWndWatch watch(this);
     SWnd* const source = FromHandlePermanent(header->hwndFrom);
     if (source && source->OnChildNotify(last.message, last.wParam, last.lParam, result))
+        return TRUE;
+    if (!watch.IsAlive())
         return TRUE;
     SNotifyRecord notify = { result, header };
     return OnCmdMsg(static_cast<UINT>(header->idFrom), static_cast<int>(MAKELONG(header->code, WM_NOTIFY)),
@@ -244,16 +276,17 @@ int SWnd::ReflectChildNotify(UINT message, WPARAM wParam, LPARAM lParam, LRESULT
 {
     switch (message) {
     case WM_COMMAND: {
-        const int taken = OnCmdMsg(0, static_cast<int>(MAKELONG(HIWORD(wParam), kReflected + WM_COMMAND)),
-                                   nullptr, nullptr);
+        const int taken = OnCmdMsg(
+            0, static_cast<int>(MAKELONG(HIWORD(wParam), kReflectedMessage + WM_COMMAND)), nullptr, nullptr);
         if (taken && result)
             *result = 1;
         return taken;
     }
     case WM_NOTIFY: {
         NMHDR* const header = reinterpret_cast<NMHDR*>(lParam);
-        SNotifyRecord notify = { result, header };
-        return OnCmdMsg(0, static_cast<int>(MAKELONG(header->code, kReflected + WM_NOTIFY)), &notify,
+        LRESULT ignored = 0;
+        SNotifyRecord notify = { result ? result : &ignored, header };
+        return OnCmdMsg(0, static_cast<int>(MAKELONG(header->code, kReflectedMessage + WM_NOTIFY)), &notify,
                         nullptr);
     }
     case WM_DRAWITEM:
@@ -264,15 +297,60 @@ int SWnd::ReflectChildNotify(UINT message, WPARAM wParam, LPARAM lParam, LRESULT
     case WM_COMPAREITEM:
     case WM_HSCROLL:
     case WM_VSCROLL:
-    case WM_PARENTNOTIFY: return OnWndMsg(kReflected + message, wParam, lParam, result);
+    case WM_PARENTNOTIFY: return OnWndMsg(kReflectedMessage + message, wParam, lParam, result);
     default: return FALSE;
     }
 }
 
-LRESULT SWnd::OnInitMenuPopup(WPARAM menu, LPARAM)
+LRESULT SWnd::OnInitMenuPopup(WPARAM menu, LPARAM place)
 {
-    SMenu::FromHandle(reinterpret_cast<HMENU>(menu))->UpdateItems(this);
-    return Default();
+    const SWndWatch watch(this);
+    const bool isSystemMenu = HIWORD(place) != 0;
+    const bool isControlsOwn = m_oldProc && (::GetWindowLongPtrW(m_hWnd, GWL_STYLE) & WS_CHILD) != 0;
+    if (!isSystemMenu && !isControlsOwn) {
+        if (SMenu* const opened = SMenu::FromHandle(reinterpret_cast<HMENU>(menu)))
+            opened->UpdateItems(this);
+    }
+    return watch.IsAlive() ? Default() : 0;
+}
+
+namespace {
+
+// The control that a message to its parent is about.
+HWND ControlOf(HWND parent, const SLastMessage& message)
+{
+    switch (message.message) {
+    case WM_DRAWITEM: return reinterpret_cast<const DRAWITEMSTRUCT*>(message.lParam)->hwndItem;
+    case WM_DELETEITEM: return reinterpret_cast<const DELETEITEMSTRUCT*>(message.lParam)->hwndItem;
+    case WM_COMPAREITEM: return reinterpret_cast<const COMPAREITEMSTRUCT*>(message.lParam)->hwndItem;
+    case WM_MEASUREITEM: {
+        const auto& item = *reinterpret_cast<const MEASUREITEMSTRUCT*>(message.lParam);
+        return item.CtlType == ODT_MENU ? nullptr : ::GetDlgItem(parent, static_cast<int>(item.CtlID));
+    }
+    case WM_PARENTNOTIFY: {
+        const UINT event = LOWORD(message.wParam);
+        return event == WM_CREATE || event == WM_DESTROY ? reinterpret_cast<HWND>(message.lParam) : nullptr;
+    }
+    default: return reinterpret_cast<HWND>(message.lParam);
+    }
+}
+
+bool HasRecord(UINT message)
+{
+    return message == WM_DRAWITEM || message == WM_DELETEITEM || message == WM_COMPAREITEM ||
+           message == WM_MEASUREITEM;
+}
+
+} // namespace
+
+LRESULT SWnd::OnReflected(WPARAM, LPARAM lParam)
+{
+    const SLastMessage& last = GetLastMessage();
+    const SWndWatch watch(this);
+    LRESULT result = 0;
+    if ((lParam || !HasRecord(last.message)) && ReflectLastMsg(ControlOf(m_hWnd, last), &result))
+        return result;
+    return watch.IsAlive() ? Default() : 0;
 }
 
 // ---- Pre-translation ----
