@@ -2,6 +2,7 @@
 #include "winapp.h"
 
 #include "modalst.h"
+#include "notifmgr.h"
 #include "winctl.h"
 
 #include "support/importpatch.h"
@@ -10,10 +11,30 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
 namespace {
+
+// The system's dialog for printers: what it is asked, and a printer that it gives.
+DWORD g_printFlags;
+BOOL WINAPI GivePrinter(PRINTDLGW* dialog)
+{
+    g_printFlags = dialog->Flags;
+    if (dialog->hDevNames && (dialog->Flags & PD_RETURNDEFAULT) != 0)
+        return FALSE; // the system refuses to give the default to a caller who has one
+    if (!dialog->hDevNames)
+        dialog->hDevNames = ::GlobalAlloc(GMEM_MOVEABLE, 20);
+    return TRUE;
+}
+bool g_hasPrinters = true;
+FARPROC WINAPI FindPrinting(HMODULE module, const char* name)
+{
+    if (std::strcmp(name, "PrintDlgW") != 0)
+        return ::GetProcAddress(module, name);
+    return g_hasPrinters ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(GivePrinter)) : nullptr;
+}
 
 HWND WINAPI Captured()
 {
@@ -230,4 +251,80 @@ TEST_F(Windows, RestForTheApplicationsOwnerWhereAModalStateNamesNone)
     app.SetNeedOnIdle(0);
     app.PumpMessage();
     EXPECT_EQ(1, app.NeedOnIdle()) << "a message of the thread is nobody's to drop";
+}
+
+TEST_F(Windows, OpenTheFilesThatTheCommandLineNames)
+{
+    App app;
+    char line[] = "/quiet \"C:\\a b.txt\" plain.txt -x";
+    app.Init(nullptr, nullptr, line, SW_HIDE);
+    EXPECT_EQ(2, app.ProcessCommandLine());
+    app.Turn();
+    EXPECT_EQ("1:C:\\a b.txt 1:plain.txt ", g_seen);
+    app.Init(nullptr, nullptr, nullptr, SW_HIDE);
+    EXPECT_NE(nullptr, app.GetCmdLineString().Find(L"window_test"));
+    g_seen.clear();
+    app.ProcessCommandLine();
+    app.Turn();
+    EXPECT_EQ(std::string::npos, g_seen.find("window_test")) << "not the program itself";
+}
+
+TEST(Application, KnowsItsPrinter)
+{
+    const ImportPatch printing("CVCore16.dll", nullptr, "GetProcAddress", FindPrinting);
+    ASSERT_TRUE(printing.Found());
+    App app;
+    PRINTDLGW dialog = {};
+    g_hasPrinters = false;
+    EXPECT_EQ(0, app.GetPrinterDeviceDefaults(&dialog));
+    EXPECT_EQ(0, app.DoPrintDialog(&dialog));
+    g_hasPrinters = true;
+    EXPECT_EQ(1, app.GetPrinterDeviceDefaults(&dialog));
+    EXPECT_EQ(static_cast<DWORD>(PD_RETURNDEFAULT), g_printFlags) << "nothing was shown";
+    const HGLOBAL names = dialog.hDevNames;
+    EXPECT_NE(nullptr, names);
+    EXPECT_EQ(1, app.GetPrinterDeviceDefaults(&dialog));
+    EXPECT_EQ(names, dialog.hDevNames) << "the one in use";
+    dialog.Flags = PD_NOSELECTION;
+    EXPECT_EQ(1, app.DoPrintDialog(&dialog));
+    EXPECT_EQ(static_cast<DWORD>(PD_NOSELECTION), g_printFlags);
+    EXPECT_EQ(1, app.UpdatePrinterSelection(TRUE));
+}
+
+namespace {
+
+/// A button of a toolbar that is brought up to date when the program has time.
+class Button : public SCmdUI {
+public:
+    explicit Button(UINT id) { Init(id, 0, nullptr); }
+    void Enable(int on) override { enabled = on; }
+    void SetCheck(int check) override { checked = check; }
+    int enabled = -1, checked = -1;
+};
+struct Toolbar {
+    SWnd* frame;
+    Button one{ 1 }, nobodys{ 999 };
+    static void AtIdle(int, WPARAM, LPARAM, void* bar)
+    {
+        Toolbar& self = *static_cast<Toolbar*>(bar);
+        self.one.DoUpdate(self.frame, TRUE);
+        self.nobodys.DoUpdate(self.frame, TRUE);
+    }
+};
+
+} // namespace
+
+TEST_F(Windows, BringToolbarsUpToDateAtIdle)
+{
+    App app;
+    Window main;
+    ASSERT_TRUE(main.Make());
+    Toolbar bar{ &main };
+    SNotificationManager::Subscribe(SNotificationManager::kIdleStep, Toolbar::AtIdle, &bar);
+    app.SetNeedOnIdle(1);
+    app.Turn();
+    SNotificationManager::Unsubscribe(SNotificationManager::kIdleStep, Toolbar::AtIdle, &bar);
+    EXPECT_EQ(0, bar.one.enabled);
+    EXPECT_EQ(1, bar.one.checked);
+    EXPECT_EQ(0, bar.nobodys.enabled) << "a command that nobody handles";
 }

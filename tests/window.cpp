@@ -16,10 +16,30 @@
 
 #include <commctrl.h>
 
+#include <cstring>
+#include <cwchar>
+#include <new>
 #include <stdexcept>
 #include <string>
 
 namespace {
+
+// The per-user value that asks for descriptions of handles is on in this program. It is read once, so from the start on.
+LSTATUS WINAPI OpenAnyKey(HKEY, const wchar_t*, DWORD, REGSAM, HKEY* key)
+{
+    return ::RegOpenKeyExW(HKEY_CURRENT_USER, nullptr, 0, KEY_QUERY_VALUE, key);
+}
+LSTATUS WINAPI AnswerTrue(HKEY, const wchar_t* name, DWORD*, DWORD* type, BYTE* bytes, DWORD* size)
+{
+    if (std::wcscmp(name, L"UseHandleDesc") != 0)
+        return ERROR_FILE_NOT_FOUND;
+    *type = REG_SZ;
+    *size = sizeof L"True";
+    std::memcpy(bytes, L"True", *size);
+    return ERROR_SUCCESS;
+}
+const ImportPatch g_openKey("CVCore16.dll", "ADVAPI32.dll", "RegOpenKeyExW", OpenAnyKey);
+const ImportPatch g_answer("CVCore16.dll", "ADVAPI32.dll", "RegQueryValueExW", AnswerTrue);
 
 LRESULT CALLBACK Refuse(HWND, UINT message, WPARAM, LPARAM)
 {
@@ -229,4 +249,53 @@ TEST_F(Windows, AndTheOtherWrappersKeepOneMapEach)
     EXPECT_TRUE(rect.Contains(rect.TopLeft()) && !rect.Contains(SPoint(rect.right, rect.top)));
     EXPECT_EQ(SRect(5, 5, 10, 9), rect.Intersection(SRect(5, 5, 50, 9)));
     EXPECT_TRUE(rect.Intersection(SRect(100, 0, 200, 9)).IsEmpty() && SRect(5, 0, 4, 9).IsEmpty());
+}
+
+TEST_F(Windows, AreDescribedForDiagnosticsWhileTheUserAsksForThat)
+{
+    Window window;
+    ASSERT_TRUE(window.Make());
+    const HWND handle = window.GetHandle();
+    EXPECT_TRUE(SWnd::GetHandleDescription(handle).Match(L"CVCore16:* \"test\" of SWnd"));
+    window.DestroyWindow();
+    EXPECT_STREQ(L"", SWnd::GetHandleDescription(handle));
+    const HWND foreign =
+        ::CreateWindowExW(0, L"edit", L"theirs", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    Edit edit;
+    ASSERT_TRUE(edit.SubclassWindow(foreign));
+    EXPECT_TRUE(SWnd::GetHandleDescription(foreign).MatchNoCase(L"edit \"theirs\" of SWnd"));
+}
+
+namespace {
+
+/// Its map is that of a module that comes and goes.
+class OfModule : public SWnd {
+public:
+    LRESULT OnFirst(WPARAM, LPARAM) { return 1; }
+    LRESULT OnSecond(WPARAM, LPARAM) { return 2; }
+    const SMsgMap* GetMessageMap() const override { return map; }
+    const SMsgMap* map = nullptr;
+    using SWnd::OnWndMsg;
+    static const SMsgMap* NoBase() { return nullptr; }
+};
+
+} // namespace
+
+TEST_F(Windows, ForgetTheMapsOfModulesThatGo)
+{
+    typedef OfModule ThisClass;
+    const SMsgMapEntry kEnd = { 0, 0, 0, 0, 0, nullptr };
+    const SMsgMapEntry first[] = { S_ON_MESSAGE(kTest, OnFirst) kEnd },
+                       second[] = { S_ON_MESSAGE(kTest, OnSecond) kEnd };
+    OfModule window;
+    alignas(SOwnMsgMap) unsigned char place[sizeof(SOwnMsgMap)];
+    for (const SMsgMapEntry* entries : { first, second }) {
+        SOwnMsgMap* const map = ::new (static_cast<void*>(place)) SOwnMsgMap(OfModule::NoBase, entries);
+        window.map = map;
+        LRESULT result = 0;
+        for (int i = 0; i < 2; ++i) // the second time from the cache
+            EXPECT_EQ(TRUE, window.OnWndMsg(kTest, 0, 0, &result));
+        EXPECT_EQ(entries == first ? 1 : 2, result) << "another map stands where the first one stood";
+        map->~SOwnMsgMap();
+    }
 }

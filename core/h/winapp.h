@@ -20,6 +20,8 @@
 #include "tablemem.h"
 #include "window.h"
 
+#include <commdlg.h>
+
 /// Wakes the loop so that it does idle work; nothing is dispatched for it.
 inline constexpr UINT kKickIdle = 0x036A;
 
@@ -102,6 +104,20 @@ public:
     const SString& GetCmdLineString() const { return m_commandLine; }
     /// Is the program to enter itself in the registry and end (/regserver)?
     int IsRegServerCmdLine() const;
+    /// Queues the files that the command line names, as open("...") would; how many there were. What begins with "/" or "-" is
+    /// an option and passed over.
+    virtual int ProcessCommandLine();
+
+    // ---- Printers ----
+    // The system's dialogs are looked up when they are needed; without them, or without a printer, all answer 0.
+
+    /// Puts the printer in use, with its settings, into `dialog` (hDevMode, hDevNames, which stay the application's). The first
+    /// time that is the user's default printer.
+    virtual int GetPrinterDeviceDefaults(PRINTDLGW* dialog);
+    /// Shows the system's dialog for the printer in use and takes over what the user chose; 1 for OK.
+    virtual int DoPrintDialog(PRINTDLGW* dialog);
+    /// Goes back to the user's default printer; without `force` only when none is in use. 1 when there is one then.
+    int UpdatePrinterSelection(int force);
 
     /// Whether the process is on its way out.
     static void SetExiting(int exiting) noexcept;
@@ -111,6 +127,8 @@ private:
     int IsDroppedForModalState();
     void HandleMessage();
     void RunAsyncCommands();
+    void Queue(int kind, const SString& argument);
+    int AskPrintDialog(PRINTDLGW* dialog);
 
     SWnd* m_mainWnd;
     MSG m_message;
@@ -123,11 +141,14 @@ private:
 
     HINSTANCE m_instance;
     int m_show;
+    int m_namesProgram; // whether the command line begins with the program
     SString m_appName;
     SString m_commandLine;
     STable<AssyncCommand> m_commands;
     int m_waitCount;
     HCURSOR m_cursorBefore;
+    HGLOBAL m_printerMode;  // a DEVMODEW; as the system's dialog gave it
+    HGLOBAL m_printerNames; // a DEVNAMES
 };
 
 #endif

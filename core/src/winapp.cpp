@@ -8,7 +8,9 @@
 #include "notifmgr.h"
 #include "sgdi.h"
 #include "smenu.h"
+#include "systemlibrary.h"
 
+#include <memory>
 #include <utility>
 
 S_IMPLEMENT_DYNAMIC(SWinApp, SCmdTarget)
@@ -57,8 +59,11 @@ SWinApp::SWinApp()
       m_idleCount(0),
       m_instance(nullptr),
       m_show(SW_SHOWNORMAL),
+      m_namesProgram(0),
       m_waitCount(0),
-      m_cursorBefore(nullptr)
+      m_cursorBefore(nullptr),
+      m_printerMode(nullptr),
+      m_printerNames(nullptr)
 {
     if (!g_app)
         g_app = this;
@@ -66,6 +71,8 @@ SWinApp::SWinApp()
 
 SWinApp::~SWinApp()
 {
+    ::GlobalFree(m_printerMode);
+    ::GlobalFree(m_printerNames);
     if (g_app == this)
         g_app = nullptr;
 }
@@ -79,6 +86,7 @@ int SWinApp::Init(HINSTANCE instance, HINSTANCE, char* commandLine, int show)
 {
     m_instance = instance ? instance : ::GetModuleHandleW(nullptr);
     m_show = show;
+    m_namesProgram = !commandLine;
     m_commandLine = commandLine ? SString(commandLine) : SString(::GetCommandLineW());
     m_appName = GetExeName();
     return 1;
@@ -288,19 +296,42 @@ int SWinApp::OnDDECommand(wchar_t* command)
         // Up to the closing quote; without one up to the end.
         const int end = text.FindPos(L'"', length);
         const bool isQuit = known.kind == AssyncCommand::kQuit;
-        m_commands.Add({ known.kind, isQuit
-                                         ? SString()
-                                         : text.Mid(length, end < 0 ? SString::kMaxLength : end - length) });
-        if (!m_needIdle)
-            m_idleCount = 0;
-        m_needIdle = 1;
-        if (m_mainWnd && m_mainWnd->GetHandle())
-            ::PostMessageW(m_mainWnd->GetHandle(), kKickIdle, 0, 0);
-        else
-            ::PostThreadMessageW(::GetCurrentThreadId(), kKickIdle, 0, 0);
+        Queue(known.kind,
+              isQuit ? SString() : text.Mid(length, end < 0 ? SString::kMaxLength : end - length));
         return TRUE;
     }
     return FALSE;
+}
+
+void SWinApp::Queue(int kind, const SString& argument)
+{
+    m_commands.Add({ kind, argument });
+    if (!m_needIdle)
+        m_idleCount = 0;
+    m_needIdle = 1;
+    if (m_mainWnd && m_mainWnd->GetHandle())
+        ::PostMessageW(m_mainWnd->GetHandle(), kKickIdle, 0, 0);
+    else
+        ::PostThreadMessageW(::GetCurrentThreadId(), kKickIdle, 0, 0);
+}
+
+int SWinApp::ProcessCommandLine()
+{
+    const auto split =
+        FindInSystem<wchar_t* * WINAPI(const wchar_t*, int*)>(L"shell32.dll", "CommandLineToArgvW");
+    // The system's function takes the first word for the program's name in any case.
+    const SString line = m_namesProgram ? m_commandLine : L"x " + m_commandLine;
+    int count = 0, files = 0;
+    const std::unique_ptr<wchar_t*, decltype(&::LocalFree)> words(split ? split(line, &count) : nullptr,
+                                                                  ::LocalFree);
+    for (int i = 1; words && i < count; ++i) {
+        const wchar_t* const word = words.get()[i];
+        if (*word == L'\0' || *word == L'/' || *word == L'-')
+            continue;
+        Queue(AssyncCommand::kOpen, word);
+        ++files;
+    }
+    return files;
 }
 
 // Each is taken out before it runs, so one that throws does not come again and those behind it stay.
