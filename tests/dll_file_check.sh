@@ -8,7 +8,7 @@ facts=$("$objdump" -p "$dll")
 
 # Exactly three run-time DLLs go with ours; every other import is part of Windows.
 ours='libgcc_s_dw2-1 libstdc++-6 libwinpthread-1'
-windows='advapi32 comctl32 comdlg32 gdi32 kernel32 msimg32 msvcrt ole32 oleaut32 shell32 shlwapi user32'
+windows='advapi32 comctl32 comdlg32 gdi32 gdiplus kernel32 msimg32 msvcrt ole32 oleaut32 shell32 shlwapi user32'
 windows+=' version'
 for import in $(sed -n 's/.*DLL Name: //p' <<<"$facts" | tr 'A-Z' 'a-z'); do
     case " $ours $windows " in

@@ -16,7 +16,8 @@ public:
     enum Kind {
         kIdleStep = 1,  ///< each time idle work begins
         kFirstIdle = 2, ///< the first time since there was input
-        kIdleDone = 3   ///< idle work is done until there is input again
+        kIdleDone = 3,  ///< idle work is done until there is input again
+        kAppEnds = 4    ///< the application object goes; what a subscriber throws is dropped
     };
     typedef void (*Subscriber)(int kind, WPARAM first, LPARAM second, void* context);
 

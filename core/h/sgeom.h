@@ -33,6 +33,12 @@ struct SRect : RECT {
     SPoint TopLeft() const noexcept { return SPoint(left, top); }
     /// Without area: also when it is turned round.
     bool IsEmpty() const noexcept { return right <= left || bottom <= top; }
+    /// With left up to right and top up to bottom.
+    SRect Normalized() const noexcept
+    {
+        return SRect(left < right ? left : right, top < bottom ? top : bottom, left < right ? right : left,
+                     top < bottom ? bottom : top);
+    }
     bool Contains(const POINT& point) const noexcept
     {
         return point.x >= left && point.x < right && point.y >= top && point.y < bottom;

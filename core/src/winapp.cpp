@@ -73,8 +73,14 @@ SWinApp::~SWinApp()
 {
     ::GlobalFree(m_printerMode);
     ::GlobalFree(m_printerNames);
-    if (g_app == this)
-        g_app = nullptr;
+    if (g_app != this)
+        return;
+    g_app = nullptr;
+    try {
+        SNotificationManager::Notify(SNotificationManager::kAppEnds, 0, 0);
+    }
+    catch (...) { // nobody is left to hear of it
+    }
 }
 
 SWinApp* SWinApp::Get() noexcept

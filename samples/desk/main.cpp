@@ -7,11 +7,11 @@
 // A script drives the window by messages, one line each: "menu ID", "type TEXT", "select N", "label TEXT", "report", "quit"; what it
 // reports goes to standard output. --shot saves what the window shows before it closes.
 #include "../console.h"
+#include "../picture.h"
 
 #include "cmdui.h"
 #include "crash.h"
 #include "notifmgr.h"
-#include "png.h"
 #include "sfilestream.h"
 #include "smenu.h"
 #include "stextin.h"

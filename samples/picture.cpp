@@ -1,9 +1,8 @@
-// png.cpp: what a window shows, as a PNG file (RFC 2083): eight bits a colour, no filters.
-#include "png.h"
+// picture.cpp: an off-screen picture, and its PNG file (RFC 2083): eight bits a colour, no filters.
+#include "picture.h"
 
 #include "safefile.h"
 #include "sexcept.h"
-#include "sgdi.h"
 #include "smemstream.h"
 #include "szipstream.h"
 
@@ -51,12 +50,10 @@ void PutChunk(SOutputStream& out, const char* name, const SOutputGlobal& data)
     PutNumber(out, Crc(static_cast<const Byte*>(named.GetBytes()), named.GetSize()));
 }
 
-// The rows of a window's picture, each behind the number of its filter.
-void GetRows(HWND window, int width, int height, SOutputGlobal& rows)
+} // namespace
+
+Picture::Picture(int width, int height) : m_width(width), m_height(height), m_bits(nullptr)
 {
-    const HDC screen = ::GetDC(window);
-    SDC memory;
-    memory.Attach(::CreateCompatibleDC(screen));
     BITMAPINFO info = {};
     info.bmiHeader.biSize = sizeof info.bmiHeader;
     info.bmiHeader.biWidth = width;
@@ -64,39 +61,33 @@ void GetRows(HWND window, int width, int height, SOutputGlobal& rows)
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     void* bits = nullptr;
-    SGdiObject bitmap;
-    bitmap.Attach(::CreateDIBSection(screen, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-    if (bitmap.GetHandle() && memory.GetHandle()) {
-        const HGDIOBJ before = ::SelectObject(memory.GetHandle(), bitmap.GetHandle());
-        ::BitBlt(memory.GetHandle(), 0, 0, width, height, screen, 0, 0, SRCCOPY);
-        ::SelectObject(memory.GetHandle(), before);
-        ::GdiFlush();
-    }
-    ::ReleaseDC(window, screen);
-    if (!bits)
+    m_dc.Attach(::CreateCompatibleDC(nullptr));
+    m_bitmap.Attach(::CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    if (!m_dc.GetHandle() || !bits)
         throw SECOMException(S_HERE, E_OUTOFMEMORY);
-    const Byte* pixel = static_cast<const Byte*>(bits);
-    for (int y = 0; y < height; ++y) {
-        rows.Write("", 1);
-        for (int x = 0; x < width; ++x, pixel += 4) {
+    m_bits = static_cast<const unsigned char*>(bits);
+    m_before = ::SelectObject(m_dc.GetHandle(), m_bitmap.GetHandle());
+}
+
+Picture::~Picture()
+{
+    ::SelectObject(m_dc.GetHandle(), m_before);
+}
+
+void Picture::SaveAsPng(const SString& path) const
+{
+    ::GdiFlush();
+    SOutputGlobal rows, header, data, file;
+    const Byte* pixel = m_bits;
+    for (int y = 0; y < m_height; ++y) {
+        rows.Write("", 1); // the number of the row's filter
+        for (int x = 0; x < m_width; ++x, pixel += 4) {
             const Byte colours[] = { pixel[2], pixel[1], pixel[0] };
             rows.Write(colours, sizeof colours);
         }
     }
-}
-
-} // namespace
-
-void SaveWindowAsPng(HWND window, const SString& path)
-{
-    RECT client;
-    if (!::GetClientRect(window, &client) || client.right == 0 || client.bottom == 0)
-        throw SException(S_HERE, L"the window shows nothing");
-    SOutputGlobal rows, header, data, file;
-    GetRows(window, client.right, client.bottom, rows);
-
-    PutNumber(header, static_cast<unsigned>(client.right));
-    PutNumber(header, static_cast<unsigned>(client.bottom));
+    PutNumber(header, static_cast<unsigned>(m_width));
+    PutNumber(header, static_cast<unsigned>(m_height));
     header.Write("\x08\x02\0\0\0", 5); // eight bits a colour, red green blue
     data.Write("\x78\x01", 2);         // the head that deflate has in a PNG
     SDeflaterOutputStream packed(data);
@@ -111,4 +102,16 @@ void SaveWindowAsPng(HWND window, const SString& path)
     const long saved = SSafeFile::Replace(path, file.GetBytes(), file.GetSize());
     if (saved < 0)
         throw SECOMException(S_HERE, saved);
+}
+
+void SaveWindowAsPng(HWND window, const SString& path)
+{
+    RECT client;
+    if (!::GetClientRect(window, &client) || client.right == 0 || client.bottom == 0)
+        throw SException(S_HERE, L"the window shows nothing");
+    Picture picture(client.right, client.bottom);
+    const HDC screen = ::GetDC(window);
+    ::BitBlt(picture.Dc().GetHandle(), 0, 0, client.right, client.bottom, screen, 0, 0, SRCCOPY);
+    ::ReleaseDC(window, screen);
+    picture.SaveAsPng(path);
 }
