@@ -1,9 +1,9 @@
-// systemlibrary.cpp: functions of DLLs that the library does not link.
+// systemlibrary.cpp: DLLs of the system, and functions of those that the library does not link.
 #include "systemlibrary.h"
 
 #include <cwchar>
 
-void* FindInSystem(const wchar_t* library, const char* function) noexcept
+HMODULE LoadFromSystem(const wchar_t* library) noexcept
 {
     constexpr UINT kRoomForName = 32;
     wchar_t path[MAX_PATH + kRoomForName];
@@ -12,6 +12,11 @@ void* FindInSystem(const wchar_t* library, const char* function) noexcept
         return nullptr;
     path[length] = L'\\';
     std::wcscpy(path + length + 1, library);
-    const HMODULE module = ::LoadLibraryW(path);
+    return ::LoadLibraryW(path);
+}
+
+void* FindInSystem(const wchar_t* library, const char* function) noexcept
+{
+    const HMODULE module = LoadFromSystem(library);
     return module ? reinterpret_cast<void*>(::GetProcAddress(module, function)) : nullptr;
 }
