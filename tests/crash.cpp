@@ -4,6 +4,7 @@
 #include "crashlog.h"
 #include "support/allocfail.h"
 #include "support/counters.h"
+#include "support/faulting.h"
 #include "support/importpatch.h"
 #include "support/stringhelp.h"
 #include "support/templog.h"
@@ -18,94 +19,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-namespace {
-
-// ---- Faults of five kinds, in functions that the compiler must not look into ----
-
-volatile int g_sink;
-void* volatile g_null = nullptr;
-volatile int g_zero = 0;
-
-__attribute__((noinline)) void ReadNull()
-{
-    g_sink = *static_cast<volatile int*>(g_null);
-}
-__attribute__((noinline)) void WriteNear()
-{
-    static_cast<volatile char*>(g_null)[16] = 1;
-}
-__attribute__((noinline)) void CallNull()
-{
-    reinterpret_cast<void (*)()>(g_null)();
-    g_sink = 1;
-}
-// In a build that traps, the division itself is to fault and not the check before it.
-__attribute__((noinline, no_sanitize_undefined)) void DivideByZero()
-{
-    g_sink = g_sink / g_zero;
-}
-__attribute__((noinline)) void CopyFromNull()
-{
-    // Through a pointer, so that it is the run-time's function and not the compiler's.
-    static void* (*volatile const copy)(void*, const void*, size_t) = std::memcpy;
-    char room[64];
-    copy(room, g_null, sizeof room);
-    g_sink = room[3];
-}
-
-const struct FaultKind {
-    const char* name;
-    void (*cause)();
-    DWORD code;
-    const wchar_t* text;
-    bool unwinds; // all frames in between are ours
-} kFaults[] = {
-    { "read", ReadNull, 0xC0000005, L"access violation (0xC0000005) reading 0x00000000", true },
-    { "write", WriteNear, 0xC0000005, L"access violation (0xC0000005) writing 0x00000010", true },
-    { "call", CallNull, 0xC0000005, L"access violation (0xC0000005) executing 0x00000000", true },
-    { "divide", DivideByZero, 0xC0000094, L"integer division by zero (0xC0000094)", true },
-    { "memcpy", CopyFromNull, 0xC0000005, L"access violation (0xC0000005) reading 0x00000000", false },
-};
-
-int g_destroyed;
-struct Witness {
-    ~Witness() { ++g_destroyed; }
-};
-
-__attribute__((noinline)) void Deeper(int depth, void (*cause)())
-{
-    const Witness witness;
-    if (depth > 0)
-        Deeper(depth - 1, cause);
-    else
-        cause();
-    g_sink = depth;
-}
-
-/// The fault that `work` ends in.
-template <class Work>
-SEMachineFault FaultOf(Work work)
-{
-    try {
-        SRunGuarded(work);
-    }
-    catch (const SEMachineFault& fault) {
-        return fault;
-    }
-    ADD_FAILURE() << "no fault came";
-    return SEMachineFault(SMachineFault());
-}
-
-int Occurrences(const std::string& text, const std::string& what)
-{
-    int count = 0;
-    for (size_t at = 0; (at = text.find(what, at)) != text.npos; at += what.size())
-        ++count;
-    return count;
-}
-
-} // namespace
 
 TEST(FaultGuard, CatchesAThousandFaultsOfFiveKindsAtTwoDepthsAndLogsEachOne)
 {
@@ -483,6 +396,8 @@ TEST(Hook, LeavesARecordOfEveryEndAndLetsTheEndBeTheSame)
         { L"guarded-overflow", 99, "*** Unhandled fault\r\nstack overflow (0xC00000FD)\r\n" },
         { L"passed-by", 99,
           "*** Unhandled fault\r\naccess violation (0xC0000005) reading 0x00000000\r\nat msvcrt.dll+" },
+        { L"many-handlers", 99, "*** Unhandled fault\r\n" },
+        { L"terminate", 98, "*** std::terminate\r\n" },
         { L"other-filter", 97, "*** Unhandled fault\r\n" },
         { L"throw", 98, "*** Exception that nobody caught\r\nstd::out_of_range: no such row\r\n" },
         { L"broken", 0, "*** Fault with a broken chain of handlers\r\n" },

@@ -19,13 +19,15 @@
 //               it comes out of the guard's call directly: destructors in between do not run, what they would have
 //               released may leak, and a lock may stay taken. Exceptions that handlers in between held are ended, and the
 //               floating-point units compute as they did when the guard was entered. The library itself is compiled with
-//               the tables.
+//               the tables. In code that is not, the compiler believes that a plain statement cannot throw: what is
+//               destroyed for a fault there may be what was destroyed a moment before.
 // Handlers      A handler that the system or another library put up inside the guard is asked first.
 // Threads       a guard serves the thread that entered it; the hook and the log serve the process.
+// Callbacks     a guard in a function that the system or the C run-time calls must have its catch there too: what comes out of
+//               it is an exception like any other.
 // Failure       a fault while a fault is dealt with leads to the guard's call as above. Nothing here allocates before the
 //               exception itself is thrown. While a fault's exception is on its way the process's terminate handler is
-//               ours; a client that sets one of its own at that moment forgoes the way out of noexcept functions that
-//               have handlers.
+//               ours; a std::terminate inside a guard then leads to the guard.
 // Cost          entering and leaving a guard is a few stores; a fault costs some microseconds, and the log's write.
 #ifndef CRASH_H
 #define CRASH_H

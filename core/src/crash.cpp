@@ -250,7 +250,7 @@ int VectoredExceptionHook::Install() noexcept
         return 0;
     PrepareHandlerGuards();
     g_filter.PutUp();
-    UseTerminateHandler();
+    InstallTerminateHandler();
     g_installed.store(1);
     return 1;
 }
@@ -261,7 +261,7 @@ void VectoredExceptionHook::Remove() noexcept
     if (!g_installed.exchange(0))
         return;
     ::RemoveVectoredExceptionHandler(g_vectored);
-    LeaveTerminateHandler();
+    RemoveTerminateHandler();
     g_filter.TakeAway();
 }
 

@@ -28,6 +28,7 @@ struct FaultInWork {
     std::atomic<int> taken{ 0 };
     HandlerRecord* guard; // whose turn it was
     bool reported;        // the log has been told, or has been begun to be
+    int lost;             // how often it has led to another fault
     EXCEPTION_RECORD record;
     CONTEXT context;
     EXCEPTION_POINTERS pointers;
@@ -105,6 +106,7 @@ void Report(FaultInWork* fault, const StackWalk& walk)
 {
     const SMachineFault described = DescribeFault(fault->record);
     fault->reported = true; // before it is: a fault in the log must not come back to it
+    AbandonLogTurn();       // it may have come in the middle of a record, and nothing leads back there
     LogFault(kHeadline, described, walk, &fault->pointers);
     NoteKnownException(described);
 }
@@ -116,7 +118,12 @@ Continue g_continue;
 // run once more, with everything as it was, and the guard lets that fault by: whoever looks at it then sees where it is.
 void PassBy(FaultInWork* fault)
 {
-    static_cast<Guard*>(fault->guard)->fault = &g_passed;
+    // Those farther out could do no better, and each would run it once more.
+    for (HandlerRecord* record = fault->guard; record != kChainEnd && record->handler != OnSuspended;
+         record = record->previous) {
+        if (record->handler == OnHandlerGuard)
+            static_cast<Guard*>(record)->fault = &g_passed;
+    }
     CONTEXT context = fault->context;
     fault->taken.store(0);
     if (g_continue)
@@ -239,13 +246,26 @@ EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* cont
         return ExceptionContinueSearch;
     }
     if (guard->fault) { // in the middle of dealing with one
+        constexpr int kEnough = 3;
+        if (++guard->fault->lost > kEnough) {
+            guard->fault->taken.store(0); // whatever is wrong here, let the next one try
+            guard->fault = nullptr;
+            return ExceptionContinueSearch;
+        }
         context->Esp = StackBelow(guard);
         Redirect(context, reinterpret_cast<void (*)()>(CvOnLostFault), guard->fault);
         return ExceptionContinueExecution;
     }
     const bool overflow = record->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
-    if (overflow && !EnclosingFullGuard(guard))
-        return ExceptionContinueSearch; // it comes once only, so it cannot be looked at and let by
+    if (overflow) {
+        // It comes once only, so it cannot be looked at and let by.
+        if (!EnclosingFullGuard(guard))
+            return ExceptionContinueSearch;
+        // What deals with it needs a stack, which guards at the end of a recursion do not have below them.
+        constexpr DWORD kRoom = 0x10000;
+        if (reinterpret_cast<DWORD>(guard) - context->Esp < kRoom && EnclosingFullGuard(guard->previous))
+            return ExceptionContinueSearch;
+    }
     FaultInWork* const fault = TakeFault();
     fault->guard = guard;
     fault->record = *record;
@@ -254,6 +274,7 @@ EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* cont
     fault->context.ContextFlags &= ~kExtendedState;
     fault->pointers = { &fault->record, &fault->context };
     fault->reported = false;
+    fault->lost = 0;
     guard->fault = fault;
     if (overflow) {
         context->Esp = StackBelow(guard);

@@ -25,7 +25,7 @@ struct Header {
     void (*unexpected)();
     void (*terminate)();
     Header* next; // in the chain of those that handlers hold; first set when one catches it
-    int handlers;
+    int handlers; // that hold it; negative while one of them throws it again
     int choice;
     const unsigned char* action;
     const unsigned char* table;
@@ -53,64 +53,15 @@ Header*& NextOf(void* header)
     return *reinterpret_cast<Header**>(static_cast<unsigned char*>(header) + offsetof(Header, next));
 }
 
-// ---- Faults under way ----
-
-struct FaultUnderWay {
-    std::atomic<void*> object{ nullptr };
-    DWORD thread;
-    unsigned number; // they are counted
-};
-
-// In `next` of a fault that no handler has caught so far. One that was caught may lie parked somewhere.
-Header* const kNeverCaught = reinterpret_cast<Header*>(1);
-
-// More at a time than this do without the way back from std::terminate.
-constexpr int kMostUnderWay = 64;
-FaultUnderWay g_underWay[kMostUnderWay];
-std::atomic<unsigned> g_thrown{ 0 };
-char g_taken; // where an entry is being filled in
-
-void Note(void* object)
+int& HandlersOf(void* header)
 {
-    for (FaultUnderWay& entry : g_underWay) {
-        void* none = nullptr;
-        if (entry.object.compare_exchange_strong(none, &g_taken)) {
-            entry.thread = ::GetCurrentThreadId();
-            entry.number = ++g_thrown;
-            entry.object.store(object);
-            return;
-        }
-    }
+    return *reinterpret_cast<int*>(static_cast<unsigned char*>(header) + offsetof(Header, handlers));
 }
 
-// Called the way the ABI calls destructors.
-void _GLIBCXX_CDTOR_CALLABI DestroyFault(void* object)
+void Delete(void* header)
 {
-    for (FaultUnderWay& entry : g_underWay) {
-        void* known = object;
-        if (entry.object.compare_exchange_strong(known, nullptr))
-            break;
-    }
-    LeaveTerminateHandler();
-    static_cast<SEMachineFault*>(object)->~SEMachineFault();
-}
-
-// The latest fault of this thread behind number `behind` that was never caught; null when there is none.
-SEMachineFault* LatestUnderWay(unsigned behind)
-{
-    void* latest = nullptr;
-    unsigned number = behind;
-    for (const FaultUnderWay& entry : g_underWay) {
-        // Entries of this thread stay as they are meanwhile; those of others may not even be read.
-        void* const object = entry.object.load();
-        if (!object || object == &g_taken || entry.thread != ::GetCurrentThreadId())
-            continue;
-        if (static_cast<int>(entry.number - number) > 0 && NextOf(HeaderOf(object)) == kNeverCaught) {
-            latest = object;
-            number = entry.number;
-        }
-    }
-    return static_cast<SEMachineFault*>(latest);
+    _Unwind_DeleteException(reinterpret_cast<_Unwind_Exception*>(static_cast<unsigned char*>(header) +
+                                                                 offsetof(Header, unwinding)));
 }
 
 // ---- What handlers hold ----
@@ -124,6 +75,99 @@ bool IsHeld(const void* header)
     return !header;
 }
 
+// ---- Faults under way ----
+
+struct FaultUnderWay {
+    std::atomic<void*> object{ nullptr };
+    DWORD thread;
+    unsigned number; // they are counted
+};
+
+// In `next` of a fault that no handler has caught so far. One that was caught may lie parked somewhere.
+Header* const kNeverCaught = reinterpret_cast<Header*>(1);
+
+constexpr int kMostUnderWay = 64;
+FaultUnderWay g_underWay[kMostUnderWay];
+std::atomic<unsigned> g_thrown{ 0 };
+char g_taken; // where an entry is being filled in
+
+// Entries of this thread stay as they are while it looks; those of others may not even be read.
+bool IsMine(const FaultUnderWay& entry, void*& object)
+{
+    object = entry.object.load();
+    return object && object != &g_taken && entry.thread == ::GetCurrentThreadId();
+}
+
+bool WasCaught(void* object)
+{
+    return NextOf(HeaderOf(object)) != kNeverCaught;
+}
+
+bool Note(FaultUnderWay& entry, void* before, void* object)
+{
+    if (!entry.object.compare_exchange_strong(before, &g_taken))
+        return false;
+    entry.thread = ::GetCurrentThreadId();
+    entry.number = ++g_thrown;
+    entry.object.store(object);
+    return true;
+}
+
+// Where all entries are taken, one goes whose exception was caught: it is likely to lie parked. Else the new one does without.
+bool Note(void* object)
+{
+    for (FaultUnderWay& entry : g_underWay) {
+        if (Note(entry, nullptr, object))
+            return true;
+    }
+    for (FaultUnderWay& entry : g_underWay) {
+        void* known;
+        if (IsMine(entry, known) && WasCaught(known) && Note(entry, known, object))
+            return false; // its use of the terminate handler goes over to the new one
+    }
+    return false;
+}
+
+void Forget(void* object) noexcept
+{
+    for (FaultUnderWay& entry : g_underWay) {
+        void* known = object;
+        if (entry.object.compare_exchange_strong(known, nullptr)) {
+            LeaveTerminateHandler();
+            return;
+        }
+    }
+}
+
+// Called the way the ABI calls destructors.
+void _GLIBCXX_CDTOR_CALLABI DestroyFault(void* object)
+{
+    Forget(object);
+    static_cast<SEMachineFault*>(object)->~SEMachineFault();
+}
+
+enum class Kind { OnItsWay, Kept };
+
+// The latest fault of this thread behind number `behind`; null when there is none. One that handlers have done with keeps their
+// count at 1, and one that is thrown again has it at 0 or below. A kept one may be on its way too, inside of another exception
+// (std::rethrow_exception), which cannot be told.
+SEMachineFault* Latest(unsigned behind, Kind kind)
+{
+    void* latest = nullptr;
+    unsigned number = behind;
+    for (const FaultUnderWay& entry : g_underWay) {
+        void* object;
+        if (!IsMine(entry, object) || static_cast<int>(entry.number - number) <= 0)
+            continue;
+        const bool onItsWay = !WasCaught(object) || HandlersOf(HeaderOf(object)) <= 0;
+        if (kind == Kind::OnItsWay ? onItsWay : !onItsWay && !IsHeld(HeaderOf(object))) {
+            latest = object;
+            number = entry.number;
+        }
+    }
+    return static_cast<SEMachineFault*>(latest);
+}
+
 } // namespace
 
 void ThrowFault(const SMachineFault& fault)
@@ -131,23 +175,27 @@ void ThrowFault(const SMachineFault& fault)
     void* const object = abi::__cxa_allocate_exception(sizeof(SEMachineFault));
     ::new (object) SEMachineFault(fault);
     NextOf(HeaderOf(object)) = kNeverCaught;
-    UseTerminateHandler();
-    Note(object);
+    if (Note(object))
+        UseTerminateHandler();
     abi::__cxa_throw(object, const_cast<std::type_info*>(&typeid(SEMachineFault)), DestroyFault);
 }
 
-void ResumeLostFault() noexcept
+const SMachineFault* LostFault() noexcept
 {
     if (std::uncaught_exceptions() == 0)
-        return; // then somebody caught what this is about
-    if (const SEMachineFault* const lost = LatestUnderWay(g_thrown.load() - (~0u >> 2)))
-        ResumeGuardWith(lost->GetFault());
+        return nullptr; // then somebody caught what this is about
+    const unsigned any = g_thrown.load() - (~0u >> 2);
+    const SEMachineFault* lost = Latest(any, Kind::OnItsWay);
+    if (!lost)
+        lost = Latest(any, Kind::Kept);
+    return lost ? &lost->GetFault() : nullptr;
 }
 
 ThreadUnderWay::ThreadUnderWay() noexcept : m_faults(g_thrown.load(std::memory_order_relaxed))
 {
     const ThreadState& state = State();
     m_caught = state.caught;
+    m_handlers = m_caught ? HandlersOf(m_caught) : 0;
     m_uncaught = state.uncaught;
     asm volatile("fnstcw %0" : "=m"(m_x87));
     asm volatile("stmxcsr %0" : "=m"(m_sse));
@@ -157,15 +205,16 @@ void ThreadUnderWay::Restore() const noexcept
 {
     asm volatile("fninit\n\tfldcw %0" : : "m"(m_x87));
     asm volatile("ldmxcsr %0" : : "m"(m_sse));
-    // Those being thrown first: they belong to nobody.
-    while (SEMachineFault* const lost = LatestUnderWay(m_faults))
-        _Unwind_DeleteException(
-            reinterpret_cast<_Unwind_Exception*>(HeaderOf(lost) + offsetof(Header, unwinding)));
     ThreadState& state = State();
     if (IsHeld(m_caught)) {
         while (state.caught != m_caught)
             abi::__cxa_end_catch();
     }
+    // Those being thrown belong to nobody.
+    while (SEMachineFault* const lost = Latest(m_faults, Kind::OnItsWay))
+        Delete(HeaderOf(lost));
     state.caught = static_cast<Header*>(m_caught);
+    if (m_caught)
+        HandlersOf(m_caught) = m_handlers;
     state.uncaught = m_uncaught;
 }

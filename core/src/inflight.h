@@ -8,8 +8,8 @@
 /// function on its way) leads to the guard instead, where there is one.
 [[noreturn]] void ThrowFault(const SMachineFault& fault);
 
-/// For std::terminate: goes to the guard when a fault of this thread is under way; else returns.
-void ResumeLostFault() noexcept;
+/// For std::terminate: the fault of this thread that is under way; null when there is none.
+const SMachineFault* LostFault() noexcept;
 
 /// Sends this thread to the innermost full guard around it; returns when there is none. faultguard.cpp has it.
 void ResumeGuardWith(const SMachineFault& fault) noexcept;
@@ -24,6 +24,7 @@ public:
 
 private:
     void* m_caught;
+    int m_handlers; // that hold the latest of those
     unsigned m_uncaught;
     unsigned m_faults; // how many had been thrown
     unsigned short m_x87;

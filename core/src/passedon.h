@@ -13,30 +13,45 @@
 /// When ours is put up again over such a one, the same call comes by twice, from the top and from below. Then ours does its
 /// work at the top and leaves downwards from below.
 ///
-/// Threads  PutUp and TakeAway one at a time; calls of the handler may come meanwhile.
+/// Threads  all but Turn one at a time; calls of the handler may come meanwhile.
 template <class Handler, Handler (*set)(Handler)>
 class PassedOn {
 public:
     constexpr explicit PassedOn(Handler ours) : m_ours(ours) {}
 
+    /// Ours is the one from now on; also when somebody else's is above it.
     void PutUp() noexcept
     {
         const Handler before = set(m_ours);
         if (before == m_ours)
             return;
-        (m_stays ? m_over : m_below).store(before);
-        m_isOver.store(m_stays);
+        (m_isUp ? m_over : m_below).store(before);
+        m_isOver.store(m_isUp);
+        m_isUp = true;
+    }
+
+    /// Puts back whom ours was put over in its second place; the first one stays.
+    void StepDown() noexcept
+    {
+        if (!m_isOver.exchange(false))
+            return;
+        const Handler top = set(m_over.load());
+        if (top != m_ours)
+            set(top);
     }
 
     void TakeAway() noexcept
     {
-        const Handler top = set(m_isOver.load() ? m_over.load() : m_below.load());
-        if (top == m_ours) {
-            m_isOver.store(false);
-            return;
+        const bool wasOver = m_isOver.load();
+        StepDown();
+        if (!wasOver) {
+            const Handler top = set(m_below.load());
+            m_isUp = top != m_ours;
+            if (m_isUp)
+                set(top);
         }
-        set(top);
-        m_stays = true;
+        if (!m_isUp)
+            return;
         HMODULE self;
         ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                              reinterpret_cast<LPCWSTR>(m_ours), &self);
@@ -70,7 +85,7 @@ private:
     std::atomic<Handler> m_over{ nullptr };  // whom it was put over when it was still below
     std::atomic<bool> m_isOver{ false };
     std::atomic<DWORD> m_caller{ 0 };
-    bool m_stays = false;
+    bool m_isUp = false; // in the first place
 };
 
 #endif

@@ -14,6 +14,8 @@
 namespace {
 
 constexpr wchar_t kUncaught[] = L"*** Exception that nobody caught\n";
+constexpr wchar_t kTerminated[] = L"*** std::terminate\n";
+constexpr wchar_t kUnknown[] = L"an exception that may not pass, or a call of the program's own";
 
 std::terminate_handler SetTerminate(std::terminate_handler handler)
 {
@@ -23,34 +25,69 @@ std::terminate_handler SetTerminate(std::terminate_handler handler)
 void OnTerminate();
 PassedOn<std::terminate_handler, SetTerminate> g_handler(OnTerminate);
 
+SRWLOCK g_lock = SRWLOCK_INIT;
+bool g_isHooked = false;
+int g_faults = 0; // under way
+
 void OnTerminate()
 {
-    ResumeLostFault(); // before the turn, which would never end
+    if (const SMachineFault* const lost = LostFault()) {
+        // Something else may have ended here instead; then at least the log says so.
+        if (std::current_exception())
+            AppendToExceptionLogPrefixed(SDescribeCurrentException(), kTerminated);
+        ResumeGuardWith(*lost); // before the turn, which would never end
+    }
     const decltype(g_handler)::Turn turn(g_handler);
-    if (!turn.again && VectoredExceptionHook::IsInstalled() && std::current_exception())
-        AppendToExceptionLogPrefixed(SDescribeCurrentException(), kUncaught, StackWalk::kMost);
+    if (!turn.again && VectoredExceptionHook::IsInstalled()) {
+        if (std::current_exception())
+            AppendToExceptionLogPrefixed(SDescribeCurrentException(), kUncaught, StackWalk::kMost);
+        else
+            AppendToExceptionLogPrefixed(kUnknown, kTerminated, StackWalk::kMost);
+    }
     if (turn.next)
         turn.next();
     std::abort();
 }
 
-SRWLOCK g_lock = SRWLOCK_INIT;
-int g_users = 0;
+class Locked {
+public:
+    Locked() noexcept { ::AcquireSRWLockExclusive(&g_lock); }
+    ~Locked() { ::ReleaseSRWLockExclusive(&g_lock); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+};
 
 } // namespace
 
+void InstallTerminateHandler() noexcept
+{
+    const Locked locked;
+    g_isHooked = true;
+    g_handler.PutUp();
+}
+
+void RemoveTerminateHandler() noexcept
+{
+    const Locked locked;
+    g_isHooked = false;
+    if (g_faults == 0)
+        g_handler.TakeAway();
+}
+
 void UseTerminateHandler() noexcept
 {
-    ::AcquireSRWLockExclusive(&g_lock);
-    if (g_users++ == 0)
-        g_handler.PutUp();
-    ::ReleaseSRWLockExclusive(&g_lock);
+    const Locked locked;
+    ++g_faults;
+    g_handler.PutUp(); // also when there is one under way: somebody may have set another handler since
 }
 
 void LeaveTerminateHandler() noexcept
 {
-    ::AcquireSRWLockExclusive(&g_lock);
-    if (--g_users == 0)
+    const Locked locked;
+    if (--g_faults > 0)
+        return;
+    if (g_isHooked)
+        g_handler.StepDown();
+    else
         g_handler.TakeAway();
-    ::ReleaseSRWLockExclusive(&g_lock);
 }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <exception>
 #include <stdexcept>
 
 namespace {
@@ -85,6 +86,31 @@ void FaultThatTheGuardLetsBy()
     copy(room, const_cast<int*>(g_nowhere), sizeof room);
 }
 
+__attribute__((noinline)) void Nest(int depth)
+{
+    try {
+        const SHandlerGuard guard;
+        if (depth > 0)
+            Nest(depth - 1);
+        else
+            FaultThatTheGuardLetsBy();
+    }
+    catch (const std::out_of_range&) {
+        g_status = 1;
+    }
+}
+
+// Each guard of many has to let it by; a rerun for each combination of them would never end.
+void FaultBelowManyHandlerGuards()
+{
+    Nest(40);
+}
+
+void Terminate()
+{
+    std::terminate();
+}
+
 LPTOP_LEVEL_EXCEPTION_FILTER g_below;
 LONG WINAPI PassOnDown(EXCEPTION_POINTERS* pointers)
 {
@@ -153,6 +179,8 @@ int wmain(int count, wchar_t** arguments)
         { L"overflow", Overflow },
         { L"guarded-overflow", OverflowBelowHandlerGuard },
         { L"passed-by", FaultThatTheGuardLetsBy },
+        { L"many-handlers", FaultBelowManyHandlerGuards },
+        { L"terminate", Terminate },
         { L"other-filter", FaultWithHookAboveAndBelow },
         { L"removed", FaultWithoutHook },
         { L"throw", Throw },

@@ -1,0 +1,247 @@
+// The ways of a fault to its guard when other exceptions, handlers and guards are in between.
+#include "crash.h"
+
+#include "crashlog.h"
+
+#include "support/counters.h"
+#include "support/faulting.h"
+#include "support/templog.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// Its tables let an exception pass, but behind its handler is std::terminate.
+__attribute__((noinline)) void Border(void (*work)()) noexcept
+{
+    try {
+        work();
+    }
+    catch (const std::out_of_range&) {
+        g_sink = 2;
+    }
+}
+void FaultAtBorder()
+{
+    Border([] { Deeper(1, ReadNull); });
+}
+
+__attribute__((noinline)) void CleanUpAndThrowAgain()
+{
+    try {
+        Deeper(1, ReadNull);
+    }
+    catch (...) {
+        g_sink = 9;
+        throw;
+    }
+}
+void ThrowKeptAgain()
+{
+    std::exception_ptr kept;
+    try {
+        SRunGuarded(ReadNull);
+    }
+    catch (...) {
+        kept = std::current_exception();
+    }
+    std::rethrow_exception(std::exchange(kept, nullptr));
+}
+struct DividesAtItsEnd {
+    ~DividesAtItsEnd() { DivideByZero(); }
+};
+__attribute__((noinline)) void ThrowAgainAndFaultAtTheEnd()
+{
+    const DividesAtItsEnd last;
+    CleanUpAndThrowAgain();
+}
+
+void EndsTheTest()
+{
+    std::fprintf(stderr, "the client's terminate handler was called\n");
+    std::abort();
+}
+
+__attribute__((noinline)) void GuardsAllTheWay()
+{
+    volatile char room[200];
+    room[0] = 1;
+    SRunGuarded(GuardsAllTheWay);
+    g_sink = room[0];
+}
+__attribute__((noinline)) void HandlerGuardsAllTheWay()
+{
+    volatile char room[200];
+    room[0] = 1;
+    try {
+        const SHandlerGuard guard;
+        if (!g_null) // which is so
+            HandlerGuardsAllTheWay();
+    }
+    catch (const std::out_of_range&) {
+        g_sink = 3;
+    }
+    g_sink = room[0];
+}
+
+void ThrowOut()
+{
+    throw std::out_of_range("mine");
+}
+struct BorderInsideAtItsEnd {
+    ~BorderInsideAtItsEnd()
+    {
+        try {
+            SRunGuarded([] { Border([] { throw std::runtime_error("another one"); }); });
+        }
+        catch (const SException&) {
+        }
+    }
+};
+
+} // namespace
+
+TEST(FaultWays, LeadBackThoughTheExceptionWasThrownAgain)
+{
+    const TempLog log;
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf([] { Border(CleanUpAndThrowAgain); }).GetCode());
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf([] { Border(ThrowKeptAgain); }).GetCode());
+    const std::terminate_handler terminate = std::get_terminate();
+    FaultOf(ThrowAgainAndFaultAtTheEnd);
+    const ResourceCount before = CountResources();
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(EXCEPTION_INT_DIVIDE_BY_ZERO, FaultOf(ThrowAgainAndFaultAtTheEnd).GetCode());
+    EXPECT_EQ(before, CountResources());
+    EXPECT_EQ(terminate, std::get_terminate());
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf(FaultAtBorder).GetCode()) << "and the way is still there";
+}
+
+TEST(FaultWays, LeadBackHoweverManyFaultsAreKept)
+{
+    const TempLog log;
+    std::vector<std::exception_ptr> kept;
+    for (int i = 0; i < 100; ++i) {
+        try {
+            SRunGuarded(ReadNull);
+        }
+        catch (...) {
+            kept.push_back(std::current_exception());
+        }
+    }
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf(FaultAtBorder).GetCode());
+    for (const std::exception_ptr& one : kept)
+        EXPECT_THROW(std::rethrow_exception(one), SEMachineFault);
+    // A kept one may end on another thread.
+    std::thread([last = std::move(kept.back())]() mutable { last = nullptr; }).join();
+}
+
+TEST(FaultWays, LeadBackUnderTerminateHandlersOfTheClient)
+{
+    const TempLog log;
+    VectoredExceptionHook::Install();
+    std::terminate_handler before = std::set_terminate(EndsTheTest);
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf(FaultAtBorder).GetCode()) << "set after the hook";
+    EXPECT_EQ(EndsTheTest, std::get_terminate());
+    std::set_terminate(before);
+    VectoredExceptionHook::Remove();
+    std::exception_ptr kept;
+    try {
+        SRunGuarded(ReadNull);
+    }
+    catch (...) {
+        kept = std::current_exception();
+    }
+    before = std::set_terminate(EndsTheTest);
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf(FaultAtBorder).GetCode()) << "set while a fault is kept";
+    kept = nullptr; // until then ours stays above
+    EXPECT_EQ(EndsTheTest, std::get_terminate());
+    std::set_terminate(before);
+}
+
+TEST(FaultWays, LeadOutOfAStackThatGuardsHaveUsedUp)
+{
+    const TempLog log;
+    EXPECT_EQ(EXCEPTION_STACK_OVERFLOW, FaultOf(GuardsAllTheWay).GetCode());
+    VectoredExceptionHook::Install();
+    EXPECT_EQ(EXCEPTION_STACK_OVERFLOW, FaultOf(HandlerGuardsAllTheWay).GetCode());
+    VectoredExceptionHook::Remove();
+    EXPECT_LE(2, Occurrences(log.Text(), "stack overflow (0xC00000FD)\r\n"));
+}
+
+TEST(FaultWays, LeaveWhatIsHeldOutsideAsItWas)
+{
+    const TempLog log;
+    try {
+        throw std::out_of_range("outer");
+    }
+    catch (const std::exception&) {
+        FaultOf([] {
+            try {
+                throw;
+            }
+            catch (...) {
+                CopyFromNull();
+            }
+        });
+        EXPECT_TRUE(std::current_exception());
+    }
+    EXPECT_FALSE(std::current_exception()) << "not held for ever";
+    EXPECT_EQ(0, std::uncaught_exceptions());
+}
+
+TEST(FaultWays, LeaveARecordOfWhatElseEnded)
+{
+    const TempLog log;
+    FaultOf([] {
+        const BorderInsideAtItsEnd last;
+        Deeper(0, ReadNull);
+    });
+    EXPECT_LE(1, Occurrences(log.Text(), "*** Fault caught by a guard\r\n"));
+    FaultOf([] {
+        AppendToExceptionLogPrefixed(reinterpret_cast<const wchar_t*>(static_cast<char*>(g_null) + 16));
+    });
+    EXPECT_NE(std::string::npos, log.Text().find("reading 0x00000010"))
+        << "a fault in the log's own argument";
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"later"));
+    EXPECT_THROW(SRunGuarded(ThrowOut), std::out_of_range);
+}
+
+TEST(FaultWays, AreFoundByManyThreadsWhileTheHookComesAndGoes)
+{
+    const TempLog log;
+    std::atomic<bool> stop{ false };
+    std::atomic<int> caught{ 0 };
+    std::thread toggler([&] {
+        while (!stop) {
+            VectoredExceptionHook::Install();
+            VectoredExceptionHook::Remove();
+        }
+    });
+    std::vector<std::thread> threads;
+    void (*const kWays[])() = { FaultAtBorder, ReadNull, CopyFromNull };
+    for (int t = 0; t < 6; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 30; ++i) {
+                try {
+                    SRunGuarded(kWays[i % 3]);
+                }
+                catch (const SException&) {
+                    ++caught;
+                }
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    stop = true;
+    toggler.join();
+    EXPECT_EQ(180, caught);
+    EXPECT_EQ(180, Occurrences(log.WithOlder(), "*** Fault"));
+}
