@@ -105,8 +105,8 @@ SString WithPlainFont(const SString& rtf)
     const wchar_t* const at = std::wcsstr(rtf, kDefault);
     SString said(rtf);
     if (at)
-        said.ReplaceAll(L"\\plain",
-                        SString().Format(L"\\plain\\f%d", static_cast<int>(std::wcstol(at + 5, nullptr, 10))));
+        said.ReplaceAll(L"\\plain", SString().Format(L"\\plain\\f%d",
+                                                     static_cast<int>(std::wcstol(at + 5, nullptr, 10))));
     return said;
 }
 

@@ -307,7 +307,8 @@ TEST(BlobText, IsReadInTheEncodingThatItsMarkSays)
         { "\xEF\xBB\xBF\xC3\xA9", L"\u00e9" },
         { "\xEF\xBB\xBF", L"" },
         { std::string("\xFF\xFE\xE9\x00!\x00", 6), L"\u00e9!" },
-        { std::string("\xFE\xFF\x00\xE9\x00!x", 7), L"\u00e9!" },
+        { std::string("\xFE\xFF\x00\xE9\x00!x", 7), L"\u00e9!\uFFFD" },
+        { std::string("\xFF\xFE\x04\xDB!\x00", 6), L"\uFFFD!" },
         { "\xFF\xFE", L"" },
         { "bad \xFF", L"bad \uFFFD" },
         { "", L"" },
@@ -452,6 +453,13 @@ TEST(BlobFile, IsTheWholeFileAndIsReplacedWhole)
     {
         const ImportPatch write = Fail("WriteFile", NoWrite);
         EXPECT_EQ(SFileCode::kWrite, Blob("lost").SaveToFile(target));
+        EXPECT_EQ("new", TempFolder::Content(Wide(target)));
+    }
+    {
+        // What it says of its size is more than there is.
+        SBlob lying;
+        lying.Attach(::GlobalAlloc(GMEM_MOVEABLE, 10), 1000000);
+        EXPECT_EQ(SFileCode::kWrite, lying.SaveToFile(target));
         EXPECT_EQ("new", TempFolder::Content(Wide(target)));
     }
     EXPECT_EQ(0, SBlob().SaveToFile(target));

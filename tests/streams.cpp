@@ -184,6 +184,50 @@ TEST(FileStreams, OnChangeLeavesTheSameFileAlone)
     const ImportPatch patch("CVCore16.dll", "KERNEL32.dll", "WriteFile", DiskIsFull);
     EXPECT_THROW(full.Write("second", 6), SEIODiskFullException);
     EXPECT_EQ("first", TempFolder::Content(fresh));
+    EXPECT_THROW(full.Close(), SEIODiskFullException) << "a part is missing for ever";
+}
+
+namespace {
+
+// The first of the calls from now on fails, the others work.
+int g_failing;
+BOOL WINAPI ReadFailsOnce(HANDLE file, void* bytes, DWORD size, DWORD* got, OVERLAPPED* place)
+{
+    if (--g_failing == 0) {
+        ::SetLastError(ERROR_CRC);
+        return FALSE;
+    }
+    return ::ReadFile(file, bytes, size, got, place);
+}
+
+} // namespace
+
+TEST(FileStreams, OnChangeNeverPutsAPartInPlaceOfTheOldFile)
+{
+    const TempFolder folder;
+    const std::string old(20000, 'x');
+    const std::wstring path = folder.File(L"a.txt", old);
+    // It reads to compare, and once more what was the same: each of these reads fails once.
+    for (int failing = 1; failing <= 10; ++failing) {
+        g_failing = failing;
+        SOutputFileOnChange out((Text(path)));
+        const ImportPatch patch("CVCore16.dll", "KERNEL32.dll", "ReadFile", ReadFailsOnce);
+        bool failed = false;
+        try {
+            Put(out, std::string(9000, 'x') + std::string(11000, 'y'));
+        }
+        catch (const SEIOException&) {
+            failed = true;
+            EXPECT_THROW(out.Close(), SEIOException);
+        }
+        if (!failed)
+            break;
+        EXPECT_EQ(old, TempFolder::Content(path)) << failing;
+    }
+    EXPECT_EQ(1, TempFolder::Entries(folder.Path()));
+    SOutputFileOnChange part((Text(path)));
+    const ImportPatch patch("CVCore16.dll", "KERNEL32.dll", "WriteFile", PartIsWritten);
+    EXPECT_THROW(Put(part, "new"), SEIODiskFullException);
 }
 
 TEST(MemoryStreams, ShareAndGather)
@@ -206,6 +250,13 @@ TEST(MemoryStreams, ShareAndGather)
     Put(text, "\xE2\x82\xAC and \xC3");
     EXPECT_STREQ(L"\u20ac and \uFFFD", text.GetString());
     EXPECT_STREQ(L"", SOutputStringStream().GetString());
+}
+
+TEST(MemoryStreams, KeepNulsInTexts)
+{
+    SOutputStringStream out;
+    Put(out, std::string("a\0b", 3));
+    EXPECT_EQ(3, out.GetString().Length());
 }
 
 TEST(BufferStreams, PassEverythingOnInLargePieces)
@@ -290,7 +341,7 @@ TEST(ZipStreams, BringEverythingBackAndNothingElse)
             SInputGlobal source = From(bytes);
             SInputPushbackStream giving(source);
             SInflaterInputStream in(giving);
-            EXPECT_EQ(SInputStream::kUnknown, in.Available());
+            EXPECT_EQ(data.empty() ? 0 : SInputStream::kUnknown, in.Available());
             ASSERT_EQ(data, Rest(in, 7777));
             EXPECT_EQ(0u, in.Available());
             EXPECT_EQ("behind it", Rest(giving)) << "what follows is given back";
@@ -308,6 +359,83 @@ TEST(ZipStreams, BringEverythingBackAndNothingElse)
     SInputGlobal source = From(bytes);
     SInflaterInputStream in(source);
     EXPECT_EQ("closed by its end", Rest(in));
+}
+
+namespace {
+
+/// Takes some bytes and then no more.
+class Refusing : public SOutputStream {
+public:
+    explicit Refusing(unsigned long room) : left(room) {}
+    unsigned long Write(const void*, unsigned long bytes, unsigned long) override
+    {
+        if (bytes > left)
+            throw SEIODiskFullException(S_HERE);
+        left -= bytes;
+        return bytes;
+    }
+    unsigned long left;
+};
+
+} // namespace
+
+TEST(ZipStreams, WhatCouldNotBeWrittenIsNotTriedAgain)
+{
+    for (const bool close : { true, false }) {
+        Refusing disk(100);
+        SDeflaterOutputStream out(disk, 0);
+        {
+            // In memory of its own, which is gone when the stream ends.
+            const std::string data(200000, 'z');
+            EXPECT_THROW(out.Write(data.data(), 200000), SEIODiskFullException);
+        }
+        disk.left = ~0ul;
+        EXPECT_THROW(out.Write("more", 4), SEZipException);
+        EXPECT_THROW(out.Flush(), SEZipException);
+        if (close) {
+            EXPECT_THROW(out.Close(), SEZipException);
+        }
+        EXPECT_EQ(~0ul, disk.left) << "an end behind a hole would be a lie";
+    }
+}
+
+TEST(ZipStreams, MeetTheirEndWhereverThePiecesEnd)
+{
+    std::mt19937 random(TestSeed());
+    for (int size = 16340; size < 16400; ++size) { // about as large as a piece when it is only stored
+        std::string data(static_cast<size_t>(size), '\0');
+        for (char& c : data)
+            c = static_cast<char>(random());
+        SOutputGlobal packed;
+        {
+            SDeflaterOutputStream out(packed);
+            Put(out, data);
+            out.Close();
+        }
+        const std::string bytes = Bytes(packed) + "behind it";
+        SInputGlobal source = From(bytes);
+        SInputPushbackStream giving(source);
+        SInflaterInputStream in(giving);
+        std::string got(data.size(), '\0');
+        ASSERT_EQ(data.size(), in.Read(&got[0], static_cast<unsigned long>(got.size())));
+        ASSERT_EQ(0u, in.Available()) << size;
+        ASSERT_EQ("behind it", Rest(giving)) << size;
+    }
+    const std::string two = "closed early";
+    SOutputGlobal packed;
+    {
+        SDeflaterOutputStream out(packed, 0);
+        Put(out, two);
+        out.Close();
+    }
+    const std::string bytes = Bytes(packed);
+    SInputGlobal source = From(bytes);
+    SInputPushbackStream giving(source);
+    SInflaterInputStream in(giving);
+    char one;
+    EXPECT_EQ(1u, in.Read(&one, 1));
+    in.Close();
+    EXPECT_FALSE(Rest(giving).empty()) << "what was read ahead is given back";
 }
 
 TEST(ZipStreams, DamageThrowsAndEnds)
@@ -418,6 +546,7 @@ TEST(TextStream, MalformedTextThrowsWithItsLineOrIsReplaced)
                       5),
           In::kDetect, L"line 1", L"1a\uFFFD|" },
         { std::string("\xFE\xFF\xDC\x00", 4), In::kDetect, L"line 1", L"1\uFFFD|" },
+        { "a\rb\r\nc\r\xFF", In::kUtf8, L"line 4", L"1a|2b|3c|4\uFFFD|" },
     };
     for (const auto& c : kCases) {
         try {

@@ -107,7 +107,7 @@ TEST_F(Expanded, VariablesBecomeTheirValues)
         { L"<%.T:BLANKS%>", L"<a b>" },
         { L"%.q:ITS%", L"'it''s'" },
         { L"%.Q:ITS%", L"\"it's\"" },
-        { L"%.qQ:ITS%", L"\"it's\"" },
+        { L"%.qQ:ITS%", L"'it''s'" },
         { L"%.q:QUOTED%", L"'a\"b''c'" },
         { L"%.Q:QUOTED%", L"\"\"\"a\"\"\"\"b'c\"\"\"" },
         { L"%6.q:SHORT%", L"'ab    '" },
@@ -187,6 +187,8 @@ public:
         last = options;
         if (name == L"stop")
             throw id;
+        if (name == L"abandon")
+            return kAbandon;
         *value = name + name;
         return 1;
     }
@@ -207,6 +209,8 @@ TEST(Translator, LetsDerivedClassesLookUpAndEmit)
     int status = 0;
     EXPECT_STREQ(L"[a]bb[c]dd", own.Translate(L"a%b%c%d%", status, 7));
     EXPECT_THROW(own.Translate(L"%stop%", status, 7), long);
+    EXPECT_STREQ(L"", own.Translate(L"a%b%c%abandon%d%e%", status, 7));
+    EXPECT_EQ(SStringTranslator::kAbandon, status);
     own.Translate(L"%?-12.3-4UQM:x%", status, 7);
     EXPECT_EQ(0x001u | 0x020u | 0x004u | 0x080u | 0x400u, own.last.flags);
     EXPECT_EQ(12, own.last.width);
@@ -231,6 +235,12 @@ TEST_F(Expanded, LongTextsTakeTimeInProportion)
     std::wstring open(1000000, L'%');
     open[999999] = L'x';
     Of(open.c_str());
+    std::wstring line, values;
+    for (int i = 0; i < 200000; ++i) {
+        line += L"%NAME%,";
+        values += L"abc,";
+    }
+    EXPECT_TRUE(values == Wide(Of(line.c_str())));
     std::wstring unfinished;
     for (int i = 0; i < 200000; ++i)
         unfinished += L"%a\n";

@@ -44,6 +44,7 @@ private:
     SString m_temporary;
     HANDLE m_file;
     long m_state = 0;
+    unsigned long m_error = 0; // the system's, with that
 };
 
 #endif

@@ -58,7 +58,7 @@ public:
     ~SOutputFileOnChange() override;
 
     unsigned long Write(const void* data, unsigned long bytes, unsigned long unit = kRun) override;
-    /// Puts the new content in place, if there is any.
+    /// Puts the new content in place, if there is any. When a Write has failed the old file stays, and this throws the same again.
     void Close() override;
     /// After Close: whether the file was written.
     int HasChanged() const { return m_changed; }
@@ -66,6 +66,7 @@ public:
 private:
     void Begin();
     void WriteNew(const void* data, unsigned long bytes);
+    void Require(bool done);
 
     SString m_path;
     HANDLE m_old;
@@ -73,6 +74,7 @@ private:
     SSafeFile m_new;
     bool m_changed;
     bool m_open;
+    unsigned long m_failure; // what went wrong first; the new content is not whole
 };
 
 #endif

@@ -21,7 +21,7 @@
 //     .U .L   upper, lower case   %.U:N%        with F (%.UF:N%) only the first character
 //     .c      capital             %.c:N%        "Abcdef" of "aBCDEF"
 //     .T      no blanks around    %.T:N%
-//     .q .Q   quotes              %.q:N%        'it''s' of it's; Q the same with double quotes, and before q
+//     .q .Q   quotes              %.q:N%        'it''s' of it's; Q the same with double quotes; both: q
 //     .H      hexadecimal         %.H:N%        "ff" of "255"; what is no number stays
 //
 // Options are taken only where a colon stands in the reference. Other letters count for nothing. The order in which they are
@@ -94,6 +94,7 @@ protected:
     virtual void AppendText(SString& out, const wchar_t* text);
     /// Where values come from: 1 with the value in `*value`, or 0. `*missing` becomes 1 where the options allow that the symbol
     /// is missing or empty. A symbol qualifies when its id is `id`, or when `id` is SSymbolTable::kAnyId.
+    /// kAbandon ends the translation.
     virtual int LookupVariable(const SString& name, OPTIONS& options, long id, SString* value, int* missing);
 
     /// Where the next reference begins, with its delimiter; null when there is none.

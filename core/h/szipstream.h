@@ -13,8 +13,8 @@
 
 #include "sstream.h"
 
-/// Expands what it reads from the inner stream. It reads ahead: what follows the compressed data in the inner stream is given
-/// back to it when it is an SInputPushbackStream, and is lost otherwise.
+/// Expands what it reads from the inner stream. It reads ahead: when the end of the compressed data is met, or the stream
+/// closed, what follows in the inner stream is given back to it when it is an SInputPushbackStream, and is lost otherwise.
 class CVCORE_API SInflaterInputStream : public SInputFilter {
 public:
     explicit SInflaterInputStream(SInputStream& inner);
@@ -23,7 +23,7 @@ public:
 
     unsigned long Read(void* data, unsigned long bytes, unsigned long unit = kRun) override;
     unsigned long Skip(unsigned long bytes) override { return SInputStream::Skip(bytes); }
-    /// 0 behind the end of the compressed data, else kUnknown.
+    /// 0 behind the end of the compressed data, else kUnknown. May read ahead to tell.
     unsigned long Available() override;
     void Close() override;
 
@@ -32,11 +32,13 @@ private:
 
     void TakeMore();
     void GiveBack();
+    int LookForEnd(bool takesMore);
 
     State* m_state;
 };
 
-/// Compresses what is written.
+/// Compresses what is written. When the inner stream has thrown, bytes are missing in it: each further call but the destructor
+/// throws SEZipException, and nothing more is written.
 class CVCORE_API SDeflaterOutputStream : public SOutputFilter {
 public:
     /// Levels from 0 (only stores) to 9 (smallest); -1 is the usual compromise.

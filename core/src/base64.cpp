@@ -54,8 +54,10 @@ long Base64Tools::Base64Decode(const SString& text, SBlob& bytes)
         bytes.Free();
         throw SEOutOfMemory(S_HERE);
     }
-    if (made != estimate)
-        decoded.Realloc(static_cast<unsigned long>(made));
+    if (made != estimate && !decoded.Realloc(static_cast<unsigned long>(made))) {
+        bytes.Free();
+        throw SEOutOfMemory(S_HERE);
+    }
     bytes = std::move(decoded);
     return 0;
 }

@@ -69,12 +69,16 @@ long SBlob::ReadFromFile(const SString& path, SFile& file)
 
 long SBlob::SaveToFile(const SString& path) const
 {
+    if (!IsNull() && !IsValid()) // its size is not that of its memory: what would be written is not what it says it has
+        return SFileCode::kWrite;
     const BlobBytes bytes(*this);
     return SSafeFile::Replace(path, bytes.Data(), bytes.Size());
 }
 
 long SBlob::SaveToFile(const SString& path, SFile& file) const
 {
+    if (!IsNull() && !IsValid())
+        return SFileCode::kWrite;
     const BlobBytes bytes(*this);
     const long named = NameAnew(file, path);
     if (named < 0)

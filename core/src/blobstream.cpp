@@ -73,6 +73,8 @@ public:
             return STG_E_INVALIDPOINTER;
         if (count == 0)
             return S_OK;
+        if (!m_bytes.IsNull() && !m_bytes.IsValid())
+            return STG_E_WRITEFAULT;
         if (m_position > kLongest - count)
             return STG_E_MEDIUMFULL;
         const ULONG here = static_cast<ULONG>(m_position);

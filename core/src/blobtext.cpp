@@ -2,6 +2,7 @@
 #include "shglobal.h"
 
 #include "bloblock.h"
+#include "converted.h"
 #include "narrow.h"
 #include "sexcept.h"
 #include "strbuffer.h"
@@ -152,39 +153,18 @@ int SBlob::SetAsHex(const SString& text)
 SString SBlob::GetAsText() const
 {
     const BlobBytes bytes(*this);
-    const unsigned char* at = bytes.Data();
-    unsigned long size = bytes.Size();
+    const unsigned char* const at = bytes.Data();
+    const unsigned long size = bytes.Size();
     const auto beginsWith = [&](std::initializer_list<unsigned char> mark) {
         return size >= mark.size() && std::memcmp(at, mark.begin(), mark.size()) == 0;
     };
     const bool little = beginsWith({ 0xFF, 0xFE }), big = beginsWith({ 0xFE, 0xFF });
-    SString text;
-    if (little || big) {
-        if (size / 2 - 1 > static_cast<unsigned long>(SString::kMaxLength))
-            throw SEOutOfMemory(S_HERE);
-        const int units = static_cast<int>(size / 2 - 1);
-        wchar_t* const to = text.GetBufferSetLength(units);
-        for (int i = 0; i < units; ++i) {
-            const unsigned first = at[2 + 2 * i], second = at[3 + 2 * i];
-            to[i] = static_cast<wchar_t>(little ? first | second << 8 : first << 8 | second);
-        }
-        text.UnlockTchar(units);
-        return text;
-    }
-    if (beginsWith({ 0xEF, 0xBB, 0xBF })) {
-        at += 3;
-        size -= 3;
-    }
     if (size > static_cast<unsigned long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
-    const char* const narrow = reinterpret_cast<const char*>(at);
-    const int length = static_cast<int>(size);
-    const int units = size == 0 ? 0 : SUtf8String::UTF8ToWideChar(narrow, length, nullptr, 0);
-    if (units > 0) {
-        SUtf8String::UTF8ToWideChar(narrow, length, text.GetBufferSetLength(units), units + 1);
-        text.UnlockTchar(units);
-    }
-    return text;
+    if (little || big)
+        return TextFromUtf16(at + 2, size - 2, big, [](const wchar_t*, int) {});
+    const unsigned long mark = beginsWith({ 0xEF, 0xBB, 0xBF }) ? 3 : 0;
+    return ConvertedText(at + mark, size - mark, SUtf8String::UTF8ToWideChar);
 }
 
 int SBlob::SetAsText(const SString& text)
@@ -197,7 +177,10 @@ int SBlob::SetAsText(const SString& text)
     if (!fresh.Alloc(static_cast<unsigned long>(bytes) + 1))
         return 0;
     if (bytes > 0) {
-        SUtf8String::WideCharToUTF8(text, text.Length(), static_cast<char*>(fresh.Lock()), bytes + 1);
+        char* const to = static_cast<char*>(fresh.Lock());
+        if (!to)
+            return 0;
+        SUtf8String::WideCharToUTF8(text, text.Length(), to, bytes + 1);
         fresh.Unlock();
     }
     if (!fresh.Realloc(static_cast<unsigned long>(bytes)))

@@ -47,8 +47,10 @@ long SSafeFile::Begin(const SString& path)
     Cancel();
     SFile name;
     const long named = name.Init(path);
-    if (named < 0)
+    if (named < 0) {
+        ::SetLastError(ERROR_INVALID_NAME);
         return named;
+    }
     m_path = FullPath(path); // the current directory may change before Commit
     Sweep(m_path);
     m_temporary = TemporaryName(m_path);
@@ -72,8 +74,11 @@ long SSafeFile::Write(const void* bytes, size_t count)
     while (count > 0 && m_state >= 0) {
         const DWORD piece = static_cast<DWORD>(count < kPiece ? count : kPiece);
         DWORD written = 0;
-        if (!::WriteFile(m_file, at, piece, &written, nullptr) || written != piece)
+        ::SetLastError(ERROR_DISK_FULL); // a disk gives no other reason to take a part
+        if (!::WriteFile(m_file, at, piece, &written, nullptr) || written != piece) {
             m_state = SFileCode::kWrite;
+            m_error = ::GetLastError();
+        }
         at += piece;
         count -= piece;
     }
@@ -84,11 +89,14 @@ long SSafeFile::Commit()
 {
     if (!m_file)
         return SFileCode::kNotOpen;
-    if (m_state >= 0 && !::FlushFileBuffers(m_file))
+    if (m_state >= 0 && !::FlushFileBuffers(m_file)) {
         m_state = SFileCode::kWrite;
+        m_error = ::GetLastError();
+    }
     if (m_state < 0) {
         const long failure = m_state;
         Cancel();
+        ::SetLastError(m_error);
         return failure;
     }
     // A file that is open for one only cannot be renamed by name.

@@ -152,7 +152,8 @@ SOutputFileOnChange::SOutputFileOnChange(const SString& path)
                      OPEN_EXISTING)),
       m_same(0),
       m_changed(false),
-      m_open(true)
+      m_open(true),
+      m_failure(0)
 {
     if (!m_old)
         Begin();
@@ -163,27 +164,35 @@ SOutputFileOnChange::~SOutputFileOnChange()
     CloseFile(m_old);
 }
 
+// Throws unless a step was done; from then on for ever, since a part is missing.
+void SOutputFileOnChange::Require(bool done)
+{
+    if (!done && m_failure == 0)
+        m_failure = ::GetLastError() != 0 ? ::GetLastError() : ERROR_WRITE_FAULT;
+    if (m_failure == 0)
+        return;
+    m_new.Cancel();
+    ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, m_failure);
+}
+
 void SOutputFileOnChange::WriteNew(const void* data, unsigned long bytes)
 {
-    if (m_new.Write(data, bytes) < 0)
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+    Require(m_new.Write(data, bytes) >= 0);
 }
 
 // Begins the new file with what was the same so far.
 void SOutputFileOnChange::Begin()
 {
-    if (m_new.Begin(m_path) < 0)
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+    Require(m_new.Begin(m_path) >= 0);
     m_changed = true;
     const LARGE_INTEGER start = {};
-    if (m_same > 0 && !::SetFilePointerEx(m_old, start, nullptr, FILE_BEGIN))
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+    Require(m_same == 0 || ::SetFilePointerEx(m_old, start, nullptr, FILE_BEGIN));
     char piece[4096];
     while (m_same > 0) {
         const DWORD wanted = static_cast<DWORD>(std::min<unsigned long long>(m_same, sizeof piece));
         DWORD got = 0;
-        if (!::ReadFile(m_old, piece, wanted, &got, nullptr) || got != wanted)
-            ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+        ::SetLastError(ERROR_HANDLE_EOF); // which a file that has become shorter does not say
+        Require(::ReadFile(m_old, piece, wanted, &got, nullptr) && got == wanted);
         WriteNew(piece, got);
         m_same -= got;
     }
@@ -192,6 +201,7 @@ void SOutputFileOnChange::Begin()
 
 unsigned long SOutputFileOnChange::Write(const void* data, unsigned long bytes, unsigned long)
 {
+    Require(true);
     const char* at = static_cast<const char*>(data);
     unsigned long left = bytes;
     char piece[4096];
@@ -218,9 +228,9 @@ void SOutputFileOnChange::Close()
         return;
     char one;
     DWORD got = 0;
-    if (m_old && ::ReadFile(m_old, &one, 1, &got, nullptr) && got == 1)
+    if (m_failure == 0 && m_old && ::ReadFile(m_old, &one, 1, &got, nullptr) && got == 1)
         Begin(); // the old file goes on
     CloseFile(m_old);
-    if (m_changed && m_new.Commit() < 0)
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+    Require(true);
+    Require(!m_changed || m_new.Commit() >= 0);
 }

@@ -197,9 +197,16 @@ int SBlob::Alloc(unsigned long size)
 int SBlob::Realloc(unsigned long size)
 {
     if (IsOwn()) {
+        const unsigned long before = GetSize(), held = m_data->memory.GetSize();
         if (!m_data->memory.Realloc(size))
             return 0;
         m_data->size = size;
+        // Memory that was attached may go on behind what counted of it.
+        const unsigned long stale = held < size ? held : size;
+        if (char* const bytes = before < stale ? static_cast<char*>(m_data->memory.Lock()) : nullptr) {
+            std::memset(bytes + before, 0, stale - before);
+            m_data->memory.Unlock();
+        }
         return 1;
     }
     if (size == 0)

@@ -1,6 +1,7 @@
 // smemstream.cpp: streams over memory.
 #include "smemstream.h"
 
+#include "converted.h"
 #include "bloblock.h"
 #include "narrow.h"
 
@@ -85,16 +86,7 @@ SBlob SOutputGlobal::GetBlob() const
 
 SString SOutputStringStream::GetString() const
 {
-    const char* const bytes = static_cast<const char*>(GetBytes());
-    const unsigned long size = GetSize();
-    if (size > static_cast<unsigned long>(SString::kMaxLength))
+    if (GetSize() > static_cast<unsigned long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
-    const int length = static_cast<int>(size);
-    const int units = length == 0 ? 0 : SUtf8String::UTF8ToWideChar(bytes, length, nullptr, 0);
-    SString text;
-    if (units > 0) {
-        SUtf8String::UTF8ToWideChar(bytes, length, text.GetBufferSetLength(units), units + 1);
-        text.UnlockTchar(units);
-    }
-    return text;
+    return ConvertedText(GetBytes(), GetSize(), SUtf8String::UTF8ToWideChar);
 }

@@ -1,6 +1,7 @@
 // stextin.cpp: lines of text in any encoding.
 #include "stextin.h"
 
+#include "converted.h"
 #include "narrow.h"
 #include "sioexcept.h"
 #include "smemstream.h"
@@ -12,8 +13,6 @@
 namespace {
 
 typedef SInputTextStream Text;
-
-constexpr wchar_t kReplacement = 0xFFFD;
 
 struct Mark {
     Text::Encoding encoding;
@@ -31,13 +30,13 @@ struct Bytes {
     unsigned long size;
 };
 
-// Lines that end before a place, so that a failure can say where it is.
-template <class IsEnd>
-int LineAt(unsigned long place, IsEnd isEnd)
+// The line that a place lies in, counted as ReadLine counts, so that a failure can say where it is.
+template <class Unit>
+int LineAt(const Unit* text, unsigned long place)
 {
     int line = 1;
     for (unsigned long i = 0; i < place; ++i)
-        line += isEnd(i);
+        line += text[i] == '\n' ? i == 0 || text[i - 1] != '\r' : text[i] == '\r';
     return line;
 }
 
@@ -62,53 +61,19 @@ unsigned long FirstMalformed(const Bytes& bytes)
     return bytes.size;
 }
 
-template <class Convert>
-SString Converted(const Bytes& bytes, Convert convert)
-{
-    const char* const narrow = reinterpret_cast<const char*>(bytes.at);
-    const int length = static_cast<int>(bytes.size);
-    const int units = length == 0 ? 0 : convert(narrow, length, nullptr, 0);
-    if (units == 0)
-        return SString();
-    SString text;
-    wchar_t* const to = text.GetBufferSetLength(units);
-    convert(narrow, length, to, units + 1);
-    return SString(to, to + units); // with the NULs inside, which unlocking would take for its end
-}
-
 SString FromUtf16(const Bytes& bytes, bool big, Text::Malformed malformed)
 {
-    const int units = static_cast<int>(bytes.size / 2);
-    SString text;
-    wchar_t* const to = text.GetBufferSetLength(units + 1);
-    for (int i = 0; i < units; ++i) {
-        const unsigned first = bytes.at[2 * i], second = bytes.at[2 * i + 1];
-        to[i] = static_cast<wchar_t>(big ? first << 8 | second : first | second << 8);
-    }
-    const auto isHalf = [to](int i, unsigned kind) { return (to[i] & 0xFC00u) == kind; };
-    const auto broken = [&](int i) {
+    return TextFromUtf16(bytes.at, bytes.size, big, [malformed](const wchar_t* text, int place) {
         if (malformed == Text::kThrowMalformed)
-            ThrowMalformed(
-                LineAt(static_cast<unsigned long>(i), [to](unsigned long k) { return to[k] == L'\n'; }));
-        to[i] = kReplacement;
-    };
-    for (int i = 0; i < units; ++i) {
-        if (isHalf(i, 0xD800) && i + 1 < units && isHalf(i + 1, 0xDC00))
-            ++i;
-        else if ((to[i] & 0xF800) == 0xD800)
-            broken(i);
-    }
-    const int odd = static_cast<int>(bytes.size % 2);
-    if (odd)
-        broken(units);
-    return SString(to, to + units + odd);
+            ThrowMalformed(LineAt(text, static_cast<unsigned long>(place)));
+    });
 }
 
 SString FromUtf8(const Bytes& bytes, unsigned long malformedAt, Text::Malformed malformed)
 {
     if (malformed == Text::kThrowMalformed && malformedAt < bytes.size)
-        ThrowMalformed(LineAt(malformedAt, [&](unsigned long i) { return bytes.at[i] == '\n'; }));
-    return Converted(bytes, SUtf8String::UTF8ToWideChar);
+        ThrowMalformed(LineAt(bytes.at, malformedAt));
+    return ConvertedText(bytes.at, bytes.size, SUtf8String::UTF8ToWideChar);
 }
 
 void ReadAll(SInputStream& in, SOutputGlobal& all)
@@ -145,7 +110,7 @@ SInputTextStream::SInputTextStream(SInputStream& in, Malformed malformed, Encodi
     case kUtf8: m_text = FromUtf8(bytes, malformedAt, malformed); break;
     case kUtf16LittleEndian: m_text = FromUtf16(bytes, false, malformed); break;
     case kUtf16BigEndian: m_text = FromUtf16(bytes, true, malformed); break;
-    default: m_text = Converted(bytes, SAnsiString::AnsiToWideChar); break;
+    default: m_text = ConvertedText(bytes.at, bytes.size, SAnsiString::AnsiToWideChar); break;
     }
 }
 

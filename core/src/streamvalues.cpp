@@ -176,15 +176,11 @@ SInputBinaryStream& operator>>(SInputBinaryStream& in, SString& text)
         return in;
     }
     const unsigned long available = in.Available();
-    if (n > available) {
-        if (n > kLargestUnchecked)
-            throw SEIOException(__PRETTY_FUNCTION__, kStringFile, __LINE__, kInvalidStreamLength,
-                                kInvalidString);
-        ThrowEnd();
-    }
+    if (n > available && n > kLargestUnchecked)
+        throw SEIOException(__PRETTY_FUNCTION__, kStringFile, __LINE__, kInvalidStreamLength, kInvalidString);
     if (n > static_cast<unsigned long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
-    AssignUtf8(text, ReadHeap(in, n, available).get(), n);
+    AssignUtf8(text, ReadHeap(in, n, n > available ? SInputStream::kUnknown : available).get(), n);
     return in;
 }
 
@@ -216,13 +212,11 @@ SInputBinaryStream& operator>>(SInputBinaryStream& in, SBlob& blob)
     if (size == 0)
         return in;
     const unsigned long available = in.Available();
-    if (size > available) {
-        if (size > kLargestUncheckedBlob)
-            throw SEIOException(__PRETTY_FUNCTION__, kBlobFile, __LINE__, kInvalidStreamLength, kInvalidBlob);
-        ThrowEnd();
-    }
+    if (size > available && size > kLargestUncheckedBlob)
+        throw SEIOException(__PRETTY_FUNCTION__, kBlobFile, __LINE__, kInvalidStreamLength, kInvalidBlob);
     SBlob read;
-    unsigned long room = available != SInputStream::kUnknown ? size : std::min(size, kBlobPiece);
+    const bool isThere = available != SInputStream::kUnknown && available >= size;
+    unsigned long room = isThere ? size : std::min(size, kBlobPiece);
     for (unsigned long done = 0; done < size;) {
         if (!(done == 0 ? read.Alloc(room) : read.Realloc(room)))
             throw SEOutOfMemory(S_HERE);

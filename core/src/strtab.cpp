@@ -42,6 +42,28 @@ SStringTable::SStringTable(const SString* first, const SString* last)
         Add(*first);
 }
 
+namespace {
+
+// Takes back what was added behind the end, unless it is told that all of it came.
+class AllOrNothing {
+public:
+    explicit AllOrNothing(SStringTable& table) : m_table(table), m_count(table.Count()) {}
+    ~AllOrNothing()
+    {
+        while (m_count >= 0 && m_table.Count() > m_count)
+            m_table.Remove(m_table.Count() - 1);
+    }
+    AllOrNothing(const AllOrNothing&) = delete;
+    AllOrNothing& operator=(const AllOrNothing&) = delete;
+    void Keep() { m_count = -1; }
+
+private:
+    SStringTable& m_table;
+    int m_count;
+};
+
+} // namespace
+
 SStringTable& SStringTable::operator=(const SString& text)
 {
     SStringTable fresh;
@@ -59,11 +81,10 @@ SStringTable& SStringTable::operator=(const wchar_t* const* texts)
 SStringTable& SStringTable::operator+=(const SStringTable& table)
 {
     const SStringTable added(table); // may be this one
-    SStringTable all(*this);
-    all.GrowTo(Count() + added.Count());
+    AllOrNothing change(*this);
     for (const SString& text : added)
-        all.Add(text);
-    swap(all);
+        Add(text);
+    change.Keep();
     return *this;
 }
 
@@ -75,10 +96,10 @@ SStringTable& SStringTable::operator+=(const SString& text)
 
 SStringTable& SStringTable::operator+=(const wchar_t* const* texts)
 {
-    SStringTable all(*this);
+    AllOrNothing change(*this);
     for (; texts && *texts; ++texts)
-        all.Add(SString(*texts));
-    swap(all);
+        Add(SString(*texts));
+    change.Keep();
     return *this;
 }
 

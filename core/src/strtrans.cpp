@@ -140,14 +140,18 @@ const wchar_t* SStringTranslator::FindVariableStart(const wchar_t* text) const
 
 const wchar_t* SStringTranslator::FindVariableEnd(const wchar_t* text) const
 {
-    // Only as far as the line goes: a template of many unfinished references must not be searched to its end for each.
-    const wchar_t* const lineEnd = text + std::wcscspn(text, L"\n");
-    if (!m_stringMode) {
-        const wchar_t* const end = std::wmemchr(text, m_delimiter, static_cast<size_t>(lineEnd - text));
-        return m_delimiter == L'\0' ? nullptr : end;
+    // Only as far as the line goes, and no farther than to the end that is looked for: neither many unfinished references nor
+    // many in one line may make each look at the rest.
+    const size_t length = m_stringMode ? static_cast<size_t>(m_end.Length()) : 1;
+    const wchar_t* const wanted = m_stringMode ? m_end.PszStr() : &m_delimiter;
+    if (*wanted == L'\0')
+        return nullptr;
+    for (;; ++text) {
+        if (*text == *wanted && std::wcsncmp(text, wanted, length) == 0)
+            return text;
+        if (*text == L'\0' || *text == L'\n')
+            return nullptr;
     }
-    const wchar_t* const end = m_end.IsEmpty() ? nullptr : std::wcsstr(text, m_end);
-    return end && end <= lineEnd ? end : nullptr;
 }
 
 // ---- Translating ----
@@ -187,7 +191,10 @@ int SStringTranslator::ReplaceVariable(const wchar_t* start, const wchar_t* end,
     const wchar_t* const name = GetOptions(&options, start, end);
     SString value;
     int missing = 0;
-    if (!LookupVariable(SString(name, end), options, id, &value, &missing))
+    const int found = LookupVariable(SString(name, end), options, id, &value, &missing);
+    if (found == kAbandon)
+        return status = kAbandon;
+    if (!found)
         return status = missing ? kOmitted : kMissing;
     AppendText(out, FormatOptions(value, options));
     return status = kReplaced;
@@ -247,8 +254,8 @@ SString SStringTranslator::FormatOptions(SString value, OPTIONS& options) const
 {
     if (options.flags & OPTIONS::kTrim)
         value.Trim(L' ');
-    if (options.flags & OPTIONS::kDoubleQuotes)
-        options.flags &= ~OPTIONS::kSingleQuotes;
+    if (options.flags & OPTIONS::kSingleQuotes)
+        options.flags &= ~OPTIONS::kDoubleQuotes;
     const unsigned long flags = options.flags;
     const wchar_t* const quote = flags & OPTIONS::kDoubleQuotes   ? L"\""
                                  : flags & OPTIONS::kSingleQuotes ? L"'"

@@ -62,6 +62,24 @@ void SInflaterInputStream::TakeMore()
         throw SEEOFException(S_HERE);
 }
 
+// The end of the data may follow its last byte in bits of its own, perhaps in the next piece. 1 when it was met.
+int SInflaterInputStream::LookForEnd(bool takesMore)
+{
+    z_stream& zip = m_state->zip;
+    unsigned char none;
+    zip.next_out = &none;
+    zip.avail_out = 0;
+    if (!m_state->atEnd && zip.avail_in == 0 && takesMore) {
+        zip.next_in = m_state->input;
+        zip.avail_in = m_inner->Read(m_state->input, sizeof m_state->input, kRun);
+    }
+    if (!m_state->atEnd && zip.avail_in > 0 && ::inflate(&zip, Z_NO_FLUSH) == Z_STREAM_END) {
+        m_state->atEnd = true;
+        GiveBack();
+    }
+    return m_state->atEnd;
+}
+
 void SInflaterInputStream::GiveBack()
 {
     z_stream& zip = m_state->zip;
@@ -86,18 +104,21 @@ unsigned long SInflaterInputStream::Read(void* data, unsigned long bytes, unsign
             ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, zip.msg);
         }
     }
-    return bytes - zip.avail_out;
+    const unsigned long made = bytes - zip.avail_out;
+    LookForEnd(false);
+    return made;
 }
 
 unsigned long SInflaterInputStream::Available()
 {
-    return m_state->atEnd ? 0 : kUnknown;
+    return LookForEnd(true) ? 0 : kUnknown;
 }
 
 void SInflaterInputStream::Close()
 {
+    LookForEnd(false);
     m_state->atEnd = true;
-    m_state->zip.avail_in = 0;
+    GiveBack();
     SInputFilter::Close();
 }
 
@@ -106,6 +127,7 @@ void SInflaterInputStream::Close()
 struct SDeflaterOutputStream::State {
     z_stream zip = {};
     bool isOpen = true;
+    bool isBroken = false; // bytes are missing in the inner stream
     unsigned char output[kPiece];
 };
 
@@ -130,7 +152,7 @@ SDeflaterOutputStream::SDeflaterOutputStream(SOutputStream* inner, bool own, int
 SDeflaterOutputStream::~SDeflaterOutputStream()
 {
     try {
-        if (m_state->isOpen)
+        if (m_state->isOpen && !m_state->isBroken)
             Run(Z_FINISH);
     }
     catch (...) {
@@ -144,6 +166,9 @@ SDeflaterOutputStream::~SDeflaterOutputStream()
 void SDeflaterOutputStream::Run(int flush)
 {
     z_stream& zip = m_state->zip;
+    if (m_state->isBroken)
+        throw SEZipException(S_HERE, L"an earlier part of the compressed data could not be written");
+    m_state->isBroken = true; // until all of it has been taken
     do {
         zip.next_out = m_state->output;
         zip.avail_out = sizeof m_state->output;
@@ -154,6 +179,7 @@ void SDeflaterOutputStream::Run(int flush)
         if (made > 0)
             m_inner->Write(m_state->output, made, kRun);
     } while (zip.avail_out == 0);
+    m_state->isBroken = false;
 }
 
 unsigned long SDeflaterOutputStream::Write(const void* data, unsigned long bytes, unsigned long)
@@ -175,6 +201,7 @@ void SDeflaterOutputStream::Close()
 {
     if (m_state->isOpen) {
         m_state->isOpen = false;
+        m_state->zip.avail_in = 0; // what a failed call has left there is its caller's
         Run(Z_FINISH);
     }
     SOutputFilter::Close();
