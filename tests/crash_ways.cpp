@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -96,16 +97,6 @@ void ThrowOut()
 {
     throw std::out_of_range("mine");
 }
-struct BorderInsideAtItsEnd {
-    ~BorderInsideAtItsEnd()
-    {
-        try {
-            SRunGuarded([] { Border([] { throw std::runtime_error("another one"); }); });
-        }
-        catch (const SException&) {
-        }
-    }
-};
 
 } // namespace
 
@@ -176,6 +167,55 @@ TEST(FaultWays, LeadOutOfAStackThatGuardsHaveUsedUp)
     EXPECT_LE(2, Occurrences(log.Text(), "stack overflow (0xC00000FD)\r\n"));
 }
 
+TEST(FaultWays, LeadBackThroughFramesOfTheRunTimeThatHaveAGuardInside)
+{
+    const TempLog log;
+    const auto sort = [](int(__cdecl * compare)(const void*, const void*)) {
+        int numbers[] = { 2, 1 };
+        std::qsort(numbers, 2, sizeof numbers[0], compare);
+    };
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf([&] {
+                                              sort([](const void*, const void*) -> int {
+                                                  SRunGuarded([] { Deeper(1, ReadNull); });
+                                                  return 0;
+                                              });
+                                          }).GetCode());
+    EXPECT_EQ(0, std::uncaught_exceptions());
+}
+
+TEST(FaultWays, LeaveARecordWithLittleStackLeft)
+{
+    const TempLog log;
+    static size_t left;
+    struct Down {
+        static int To(void (*work)())
+        {
+            volatile char room[256];
+            room[0] = 1;
+            MEMORY_BASIC_INFORMATION memory;
+            ::VirtualQuery(const_cast<char*>(room), &memory, sizeof memory);
+            if (reinterpret_cast<UINT_PTR>(room) - reinterpret_cast<UINT_PTR>(memory.AllocationBase) <=
+                left) {
+                work();
+                return room[0];
+            }
+            return To(work) + room[0];
+        }
+    };
+    int faults = 0;
+    for (const size_t kilobytes : { 200u, 64u, 32u, 24u, 20u, 16u }) {
+        left = kilobytes * 1024;
+        EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf([] { g_sink = Down::To(ReadNull); }).GetCode())
+            << kilobytes;
+        ++faults;
+    }
+    EXPECT_LE(faults, Occurrences(log.Text(), "access violation"));
+    EXPECT_EQ(EXCEPTION_STACK_OVERFLOW, FaultOf([] {
+                                            left = 0;
+                                            g_sink = Down::To(ReadNull);
+                                        }).GetCode());
+}
+
 TEST(FaultWays, LeaveWhatIsHeldOutsideAsItWas)
 {
     const TempLog log;
@@ -197,14 +237,9 @@ TEST(FaultWays, LeaveWhatIsHeldOutsideAsItWas)
     EXPECT_EQ(0, std::uncaught_exceptions());
 }
 
-TEST(FaultWays, LeaveARecordOfWhatElseEnded)
+TEST(FaultWays, LeaveARecordAlsoWhenTheLogItselfIsWhereTheyBegin)
 {
     const TempLog log;
-    FaultOf([] {
-        const BorderInsideAtItsEnd last;
-        Deeper(0, ReadNull);
-    });
-    EXPECT_LE(1, Occurrences(log.Text(), "*** Fault caught by a guard\r\n"));
     FaultOf([] {
         AppendToExceptionLogPrefixed(reinterpret_cast<const wchar_t*>(static_cast<char*>(g_null) + 16));
     });

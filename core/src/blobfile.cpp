@@ -69,7 +69,7 @@ long SBlob::ReadFromFile(const SString& path, SFile& file)
 
 long SBlob::SaveToFile(const SString& path) const
 {
-    if (!IsNull() && !IsValid()) // its size is not that of its memory: what would be written is not what it says it has
+    if (!IsNull() && !IsValid()) // more by its own account than there is
         return SFileCode::kWrite;
     const BlobBytes bytes(*this);
     return SSafeFile::Replace(path, bytes.Data(), bytes.Size());

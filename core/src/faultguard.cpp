@@ -60,6 +60,7 @@ FaultInWork g_passed; // where `fault` leads for a guard that lets the next faul
 struct FullGuard : Guard {
     SMachineFault described; // where `resume` leads, the fault that led there
     void* resume[5];         // the compiler's jump buffer
+    const ThreadUnderWay* underWay;
 };
 
 EXCEPTION_DISPOSITION __cdecl OnFullGuard(EXCEPTION_RECORD*, void*, CONTEXT*, void*);
@@ -185,6 +186,9 @@ extern "C" {
 // The thread comes here on a stack that ends just below its guard: after an overflow, and after a fault in CvOnFault.
 [[noreturn]] __attribute__((force_align_arg_pointer, fastcall, used)) void CvOnLostFault(FaultInWork* fault)
 {
+    AbandonLogTurn();
+    if (fault->reported && fault->lost == 1)
+        fault->reported = false; // there may have been too little stack for the record; here is more
     if (!fault->reported) {
         // Nothing has been written yet, and this is the last try. What lies below is dead by now, but it tells who called whom.
         fault->reported = true;
@@ -352,6 +356,16 @@ void ResumeGuardWith(const SMachineFault& fault) noexcept
         ResumeAt(full, fault);
 }
 
+void ResumeLostFault(void (*before)()) noexcept
+{
+    FullGuard* const full = EnclosingFullGuard(ChainHead());
+    const SMachineFault* const lost = full ? full->underWay->LostFault() : nullptr;
+    if (!lost)
+        return;
+    before();
+    ResumeAt(full, *lost);
+}
+
 void PrepareHandlerGuards() noexcept
 {
     if (!g_continue)
@@ -363,12 +377,12 @@ void SCallGuarded(void (*call)(void*), void* context)
 {
     FullGuard guard;
     const ThreadUnderWay underWay;
+    guard.underWay = &underWay;
     if (Call(guard, call, context))
         return;
     // The guard is gone by now: what comes up from here on is for the next one.
     underWay.Restore();
-    if (guard.described.code == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW))
-        ::_resetstkoflw(); // or the next overflow ends the process at once
+    ::_resetstkoflw(); // or the next overflow ends the process at once; a fault near the end of the stack uses it up too
     ThrowFault(guard.described);
 }
 

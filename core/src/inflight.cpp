@@ -177,17 +177,27 @@ void ThrowFault(const SMachineFault& fault)
     NextOf(HeaderOf(object)) = kNeverCaught;
     if (Note(object))
         UseTerminateHandler();
-    abi::__cxa_throw(object, const_cast<std::type_info*>(&typeid(SEMachineFault)), DestroyFault);
+    // What a throw expression does, but for its end: where no handler can be reached (a frame of the system is in between,
+    // inside of which a guard has no handler) there may still be a guard.
+    *reinterpret_cast<int*>(abi::__cxa_init_primary_exception(
+        object, const_cast<std::type_info*>(&typeid(SEMachineFault)), DestroyFault)) = 1;
+    NextOf(HeaderOf(object)) = kNeverCaught;
+    ++State().uncaught;
+    _Unwind_Exception* const unwinding =
+        reinterpret_cast<_Unwind_Exception*>(HeaderOf(object) + offsetof(Header, unwinding));
+    _Unwind_RaiseException(unwinding);
+    ResumeGuardWith(fault);
+    abi::__cxa_begin_catch(unwinding);
+    std::terminate();
 }
 
-const SMachineFault* LostFault() noexcept
+const SMachineFault* ThreadUnderWay::LostFault() const noexcept
 {
-    if (std::uncaught_exceptions() == 0)
+    if (State().uncaught <= m_uncaught)
         return nullptr; // then somebody caught what this is about
-    const unsigned any = g_thrown.load() - (~0u >> 2);
-    const SEMachineFault* lost = Latest(any, Kind::OnItsWay);
+    const SEMachineFault* lost = Latest(m_faults, Kind::OnItsWay);
     if (!lost)
-        lost = Latest(any, Kind::Kept);
+        lost = Latest(m_faults, Kind::Kept);
     return lost ? &lost->GetFault() : nullptr;
 }
 

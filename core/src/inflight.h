@@ -8,11 +8,11 @@
 /// function on its way) leads to the guard instead, where there is one.
 [[noreturn]] void ThrowFault(const SMachineFault& fault);
 
-/// For std::terminate: the fault of this thread that is under way; null when there is none.
-const SMachineFault* LostFault() noexcept;
-
 /// Sends this thread to the innermost full guard around it; returns when there is none. faultguard.cpp has it.
 void ResumeGuardWith(const SMachineFault& fault) noexcept;
+
+/// The same with the fault that is under way inside of that guard; `before` is called first when there is one.
+void ResumeLostFault(void (*before)()) noexcept;
 
 /// What a thread has under way when it enters a guard: which exceptions its handlers hold, how many are being thrown, how
 /// its floating-point units compute.
@@ -21,6 +21,8 @@ public:
     ThreadUnderWay() noexcept;
     /// After a jump back: ends what was begun since.
     void Restore() const noexcept;
+    /// A fault of this thread that is under way since; null when there is none.
+    const SMachineFault* LostFault() const noexcept;
 
 private:
     void* m_caught;

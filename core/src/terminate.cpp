@@ -31,12 +31,11 @@ int g_faults = 0; // under way
 
 void OnTerminate()
 {
-    if (const SMachineFault* const lost = LostFault()) {
-        // Something else may have ended here instead; then at least the log says so.
+    // Before the turn, which would never end. Something else may have ended here instead of the fault; then the log says so.
+    ResumeLostFault([] {
         if (std::current_exception())
             AppendToExceptionLogPrefixed(SDescribeCurrentException(), kTerminated);
-        ResumeGuardWith(*lost); // before the turn, which would never end
-    }
+    });
     const decltype(g_handler)::Turn turn(g_handler);
     if (!turn.again && VectoredExceptionHook::IsInstalled()) {
         if (std::current_exception())
