@@ -98,18 +98,6 @@ private:
     SRtfDocument m_document;
 };
 
-// A document with its default font said where \plain means it: not every control looks at \deff.
-SString WithPlainFont(const SString& rtf)
-{
-    constexpr wchar_t kDefault[] = L"\\deff";
-    const wchar_t* const at = std::wcsstr(rtf, kDefault);
-    SString said(rtf);
-    if (at)
-        said.ReplaceAll(L"\\plain", SString().Format(L"\\plain\\f%d",
-                                                     static_cast<int>(std::wcstol(at + 5, nullptr, 10))));
-    return said;
-}
-
 } // namespace
 
 TEST_F(Windows, OfTheControlShowMergedDocumentsLikeTheirFragments)
@@ -119,7 +107,7 @@ TEST_F(Windows, OfTheControlShowMergedDocumentsLikeTheirFragments)
     std::vector<std::vector<Stretch>> alone;
     for (int i = 0; i < kRtfFileCount; ++i) {
         files.push_back(RtfFile(i));
-        ASSERT_TRUE(control.Load(WithPlainFont(files.back())));
+        ASSERT_TRUE(control.Load(files.back()));
         alone.push_back(control.Stretches());
         ASSERT_LT(3u, alone.back().size()) << kRtfFiles[i] << L" has more than one look";
     }

@@ -65,7 +65,7 @@ public:
     /// Forgets all fragments.
     void Clear();
 
-    /// The merged tables, as they are in the document. They live as long as the merger and grow with it.
+    /// The merged tables, as they are in the document. The references are good until Clear.
     const SRtfFontTable& GetFonts() const;
     const SRtfColorTable& GetColors() const;
     const SRtfStyleTable& GetStyles() const;

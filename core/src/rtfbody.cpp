@@ -10,6 +10,7 @@
 namespace {
 
 constexpr wchar_t kSubstitute = L'?';
+constexpr int kLongestFormat = 500; // characters
 constexpr int kMostSubstitutes = 4; // in a row
 
 bool IsLineEnd(wchar_t c)
@@ -34,7 +35,16 @@ RtfBodyRewriter::RtfBodyRewriter(const RtfFragment& fragment, RtfDecoder& decode
       m_out(&outputs.body),
       m_kept(m_lexer.At())
 {
-    m_states.push_back({ 1, fragment.PageOfFont(fragment.DefaultFont()), true, false, false, false, false });
+    m_states.push_back({ 1,
+                         fragment.PageOfFont(fragment.DefaultFont()),
+                         false,
+                         {},
+                         true,
+                         false,
+                         false,
+                         false,
+                         false,
+                         false });
 }
 
 void RtfBodyRewriter::Run()
@@ -102,10 +112,11 @@ void RtfBodyRewriter::OnOpen(const RtfToken& token)
         return;
     }
     if (group == RtfGroup::kPicture || group == RtfGroup::kPictureData)
-        Prints();
+        Prints(token.start);
     State inside = Now();
     inside.isRedirected = false;
-    inside.isText = inside.isText && group == RtfGroup::kText;
+    inside.isListText = inside.isListText || group == RtfGroup::kListText;
+    inside.isText = inside.isText && (group == RtfGroup::kText || group == RtfGroup::kListText);
     inside.isPicture = group == RtfGroup::kPictureData || destination.name == L"objdata";
     inside.unendedBefore = m_unended;
     m_gap = m_unended = false;
@@ -164,11 +175,36 @@ RtfBodyRewriter::Fate RtfBodyRewriter::OnKnownWord(const RtfToken& token, RtfWor
     case RtfWord::kSkipCount: Now().skipCount = token.hasNumber ? std::max(token.number, 0) : 1; return kKept;
     case RtfWord::kUnicode:
         m_toSkip = Now().skipCount;
-        Prints();
+        Prints(token.start);
         return kKept;
     case RtfWord::kBinary: return OnBinary(token);
-    case RtfWord::kEndOfParagraph: EndParagraph(); return kKept;
-    case RtfWord::kPrints: Prints(); return kKept;
+    case RtfWord::kParagraph:
+        Now().inTable = m_afterRow = false;
+        Now().paragraph.Empty();
+        return kKept;
+    case RtfWord::kParagraphFormat:
+        if (Now().paragraph.Length() < kLongestFormat)
+            Now().paragraph.Append(token.start, static_cast<int>(token.end - token.start) - token.HasBlank());
+        return kKept;
+    case RtfWord::kInTable:
+        Now().inTable = true;
+        m_afterRow = false;
+        return kKept;
+    case RtfWord::kTableDepth:
+        Now().inTable = token.number > 0;
+        m_afterRow = false;
+        return kKept;
+    case RtfWord::kRow: m_afterRow = false; return kKept;
+    case RtfWord::kEndOfParagraph:
+        LeaveTable(token.start);
+        EndParagraph();
+        return kKept;
+    case RtfWord::kEndOfRow:
+        m_afterRow = true;
+        EndParagraph();
+        return kKept;
+    case RtfWord::kEndOfCell: EndParagraph(); return kKept;
+    case RtfWord::kPrints: Prints(token.start); return kKept;
     case RtfWord::kHeader: return Depth() == 1 ? Drop(token) : kKept;
     case RtfWord::kDocument: return Depth() == 1 ? MoveToFront(token) : kKept;
     case RtfWord::kSection: return Depth() == 1 && !m_sectionSeen ? MoveToFront(token) : kKept;
@@ -183,7 +219,8 @@ RtfBodyRewriter::Fate RtfBodyRewriter::OnKnownWord(const RtfToken& token, RtfWor
 RtfBodyRewriter::Fate RtfBodyRewriter::OnPlain(const RtfToken& token)
 {
     Now().page = m_fragment.PageOfFont(m_fragment.DefaultFont());
-    if (m_fragment.plainTail.IsEmpty())
+    // Some readers keep the font at \plain. A list's number then has that of its paragraph, which is what was meant.
+    if (m_fragment.plainTail.IsEmpty() || Now().isListText)
         return kKept;
     ReplaceUpTo(token.start, token.end);
     *m_out << L"\\plain" << m_fragment.plainTail << L' ';
@@ -253,6 +290,25 @@ int RtfBodyRewriter::NumberOfList(SRtfNumberMap& map, int number, int& last)
 
 // ---- Text ----
 
+void RtfBodyRewriter::Prints(const wchar_t* at)
+{
+    if (!Now().isText)
+        return;
+    LeaveTable(at);
+    m_open = true;
+}
+
+// Some readers take what follows a row for a part of the table until \pard, even where the group that the row was in has
+// ended, and lose it together with all that follows. For others the paragraph's format must come back behind that.
+void RtfBodyRewriter::LeaveTable(const wchar_t* at)
+{
+    if (!m_afterRow || !Now().isText || Now().inTable)
+        return;
+    m_afterRow = false;
+    CopyUpTo(at);
+    *m_out << L"\\pard" << Now().paragraph << L' ';
+}
+
 void RtfBodyRewriter::OnSymbol(const RtfToken& token)
 {
     if (m_toSkip > 0)
@@ -261,14 +317,14 @@ void RtfBodyRewriter::OnSymbol(const RtfToken& token)
     if (IsLineEnd(c))
         EndParagraph();
     else if (c == L'~' || c == L'_' || c == L'{' || c == L'}' || c == L'\\')
-        Prints();
+        Prints(token.start);
     else if (!IsPlain(c))
         ReplaceUpTo(token.start, token.end);
 }
 
 void RtfBodyRewriter::OnHex(const RtfToken& token)
 {
-    Prints();
+    Prints(token.start);
     if (m_toSkip > 0) {
         --m_toSkip;
         return;
@@ -327,7 +383,7 @@ void RtfBodyRewriter::OnText(const RtfToken& token)
             }
             ++at;
         } else {
-            Prints();
+            Prints(at);
             at = IsPlain(*at) ? at + 1 : PutRaw(at, token.end);
         }
     }

@@ -32,9 +32,12 @@ public:
 
 private:
     struct State {
-        int skipCount;      // \uc
-        int page;           // of bytes in the text
-        bool isText;        // of the document's paragraphs
+        int skipCount;     // \uc
+        int page;          // of bytes in the text
+        bool inTable;      // the paragraph is
+        SString paragraph; // words of its format
+        bool isText;       // of the document's paragraphs
+        bool isListText;
         bool isPicture;     // hexadecimal digits
         bool isRedirected;  // this group's text goes elsewhere, up to its brace
         bool hasBraces;     // ... with its braces
@@ -67,7 +70,8 @@ private:
     bool TakeTrail(RtfLexer& lexer, unsigned char& trail) const;
     const wchar_t* PutRaw(const wchar_t* at, const wchar_t* end);
     void PutUnicode(wchar_t character);
-    void Prints() { m_open = m_open || Now().isText; }
+    void Prints(const wchar_t* at);
+    void LeaveTable(const wchar_t* at);
     void EndParagraph() { m_open = m_open && !Now().isText; }
 
     void CopyUpTo(const wchar_t* end);
@@ -86,6 +90,7 @@ private:
     int m_toSkip = 0; // characters that stand for the \u before them
     bool m_open = false;
     bool m_sectionSeen = false;
+    bool m_afterRow = false; // and nothing has said since whether the next paragraph is in a table
     // The last thing that was put out is a word without a blank of its own; and what followed it is gone, so that text would
     // run into it.
     bool m_unended = false;

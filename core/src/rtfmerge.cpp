@@ -5,9 +5,10 @@
 #include "rtfcolors.h"
 #include "rtffragment.h"
 #include "rtfindex.h"
+#include "sexcept.h"
 #include "strbuffer.h"
 
-#include <memory>
+#include <new>
 #include <utility>
 
 namespace {
@@ -66,6 +67,18 @@ void CutTable(Table& table, int count)
 {
     while (table.Count() > count)
         table.Remove(table.Count() - 1);
+}
+
+// The standard library says it with an exception of its own.
+template <class Work>
+auto WithOurOutOfMemory(Work work)
+{
+    try {
+        return work();
+    }
+    catch (const std::bad_alloc&) {
+        throw SEOutOfMemory(S_HERE);
+    }
 }
 
 // A word of the header, unless the document has not got it.
@@ -201,8 +214,7 @@ SString SRtfMerger::Parts::PlainTail(const RtfFragment& fragment) const
 {
     SStringBuffer tail;
     const int font = fragment.NewNumber(RtfWord::kFont, fragment.DefaultFont());
-    // Also where it is the document's: there are readers that know no default but font 0.
-    if (font > 0 || (font == 0 && counts.defaultFont != 0))
+    if (font >= 0 && font != counts.defaultFont)
         tail << L"\\f" << font;
     if (fragment.survey.language != counts.defaultLanguage)
         AppendHeaderWord(tail, L"\\lang", fragment.survey.language);
@@ -215,8 +227,7 @@ void SRtfMerger::Parts::BeginGroup(const RtfFragment& fragment, Break before)
 {
     if (counts.fragments > 0)
         body << (counts.open ? L"\\par}\r\n" : L"}\r\n");
-    // \itap0, for readers to whom \pard alone does not end a table of the fragment before.
-    body << L"{\\pard\\itap0" << fragment.plainTail << L"\\uc1";
+    body << L"{\\pard" << fragment.plainTail << L"\\uc1";
     if (counts.fragments > 0 && before == kPageBreak)
         body << L"\\page";
     body << L' ';
@@ -285,7 +296,7 @@ SString SRtfMerger::Parts::Document() const
 
 // ---- The class ----
 
-SRtfMerger::SRtfMerger() : m_parts(new Parts) {}
+SRtfMerger::SRtfMerger() : m_parts(WithOurOutOfMemory([] { return new Parts; })) {}
 
 SRtfMerger::~SRtfMerger()
 {
@@ -294,22 +305,27 @@ SRtfMerger::~SRtfMerger()
 
 int SRtfMerger::Check(const SString& rtf, SString* why)
 {
-    const RtfSurvey survey(rtf, kMaxDepth);
-    if (why)
-        *why = survey.fault;
-    return survey.fault.IsEmpty();
+    return WithOurOutOfMemory([&] {
+        const SString kept(rtf); // `why` may be `rtf`
+        const RtfSurvey survey(kept, kMaxDepth);
+        if (why)
+            *why = survey.fault;
+        return survey.fault.IsEmpty() ? 1 : 0;
+    });
 }
 
 int SRtfMerger::AddFragment(const SString& rtf, Break before, SString* why)
 {
-    const SString kept(rtf); // `why` may be `rtf`, and the survey points into the text
-    const RtfSurvey survey(kept, kMaxDepth);
-    if (why)
-        *why = survey.fault;
-    if (!survey.fault.IsEmpty())
-        return 0;
-    m_parts->Add(survey, before);
-    return 1;
+    return WithOurOutOfMemory([&] {
+        const SString kept(rtf); // `why` may be `rtf`, and the survey points into the text
+        const RtfSurvey survey(kept, kMaxDepth);
+        const bool sound = survey.fault.IsEmpty();
+        if (sound)
+            m_parts->Add(survey, before);
+        if (why)
+            *why = survey.fault;
+        return sound ? 1 : 0;
+    });
 }
 
 int SRtfMerger::Count() const
@@ -324,8 +340,8 @@ SString SRtfMerger::GetDocument() const
 
 void SRtfMerger::Clear()
 {
-    std::unique_ptr<Parts> fresh(new Parts);
-    delete std::exchange(m_parts, fresh.release());
+    Parts* const fresh = WithOurOutOfMemory([] { return new Parts; });
+    delete std::exchange(m_parts, fresh);
 }
 
 const SRtfFontTable& SRtfMerger::GetFonts() const

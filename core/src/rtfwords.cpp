@@ -33,7 +33,17 @@ constexpr Row<RtfWord> kWords[] = {
     { W::kSkipCount, L"uc" },
     { W::kUnicode, L"u" },
     { W::kBinary, L"bin" },
-    { W::kEndOfParagraph, L"par row cell nestcell nestrow" },
+    { W::kParagraph, L"pard" },
+    { W::kParagraphFormat,
+      L"ql qr qc qj qd li ri fi lin rin culi curi cufi sb sa sl slmult lisb lisa sbauto "
+      L"saauto keep keepn widctlpar nowidctlpar outlinelevel ltrpar rtlpar contextualspace "
+      L"hyphpar noline" },
+    { W::kInTable, L"intbl" },
+    { W::kTableDepth, L"itap" },
+    { W::kRow, L"trowd" },
+    { W::kEndOfParagraph, L"par" },
+    { W::kEndOfCell, L"cell nestcell nestrow" },
+    { W::kEndOfRow, L"row" },
     { W::kPrints, L"tab line emdash endash emspace enspace qmspace bullet lquote rquote ldblquote "
                   L"rdblquote chpgn chdate chtime chdpl chdpa chftn sectnum" },
     { W::kHeader, L"rtf urtf ansi mac pc pca ansicpg deff adeff deflang deflangfe adeflang stshfdbch "
@@ -66,6 +76,7 @@ constexpr Row<RtfGroup> kGroups[] = {
     { G::kPicture, L"object shp do shppict" },
     { G::kPictureData, L"pict" },
     { G::kTable, L"fonttbl colortbl stylesheet generator" },
+    { G::kListText, L"listtext pntext" },
     { G::kListTable, L"listtable" },
     { G::kOverrideTable, L"listoverridetable" },
     { G::kDocument, L"info revtbl rsidtbl themedata colorschememapping latentstyles datastore xmlnstbl "

@@ -20,7 +20,14 @@ enum class RtfWord {
     kSkipCount, ///< \uc
     kUnicode,   ///< \u
     kBinary,
+    kParagraph,       ///< \pard
+    kParagraphFormat, ///< of a paragraph outside of tables
+    kInTable,         ///< \intbl
+    kTableDepth,      ///< \itap
+    kRow,             ///< \trowd
     kEndOfParagraph,
+    kEndOfCell,
+    kEndOfRow,
     kPrints,   ///< stands for a character
     kHeader,   ///< says something of the whole document and belongs into its header
     kDocument, ///< the same, behind the header
@@ -32,6 +39,7 @@ RtfWord RtfWordOf(std::wstring_view name);
 
 enum class RtfGroup {
     kText,
+    kListText,    ///< a list's number or bullet, for readers that do not know lists
     kHidden,      ///< its text is none of the document's paragraphs
     kPicture,     ///< hidden, and stands for something visible
     kPictureData, ///< the same, and its text is hexadecimal digits
