@@ -1,7 +1,7 @@
 # The compiler's run-time DLLs stand beside what we build. They are shared, never static: with two copies of
 # the unwinder an exception thrown in the DLL is not caught by type in a client's program.
 
-set(runtime_copies)
+set(cv_runtime_copies)
 foreach(name IN ITEMS libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
     execute_process(
         COMMAND "${CMAKE_CXX_COMPILER}" "-print-file-name=${name}"
@@ -18,6 +18,6 @@ foreach(name IN ITEMS libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
     add_custom_command(OUTPUT "${to}"
         COMMAND "${CMAKE_COMMAND}" -E copy "${from}" "${to}"
         DEPENDS "${from}" COMMENT "Copying ${name}" VERBATIM)
-    list(APPEND runtime_copies "${to}")
+    list(APPEND cv_runtime_copies "${to}")
 endforeach()
-add_custom_target(runtime_dlls ALL DEPENDS ${runtime_copies})
+add_custom_target(runtime_dlls ALL DEPENDS ${cv_runtime_copies})

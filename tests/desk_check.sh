@@ -44,6 +44,10 @@ END
 tr -d '\r' <out | sed -n '2,$p' | diff wanted - >difference || { fail "other reports than wanted:"; cat difference; }
 [ "$(head -c 8 shot.png | od -An -tx1 | tr -d ' \n')" = 89504e470d0a1a0a ] || fail "no picture"
 
+for asked in Microsoft.Windows.Common-Controls PerMonitorV2 longPathAware; do
+    grep -q "$asked" "$program" || fail "its manifest does not ask for $asked"
+done
+
 timeout 60 "$tools/wine" "$program" 'quit()' >out2 2>err2 </dev/null || fail "quit() from outside"
 timeout 60 "$tools/wine" "$program" nonsense >out2 2>err2 </dev/null
 [ $? -eq 2 ] && grep -q '^desk: usage' err2 || fail "nonsense was taken"

@@ -6,6 +6,7 @@
 
 #include "support/allocfail.h"
 #include "support/stringhelp.h"
+#include "support/uilanguage.h"
 
 #include <gtest/gtest.h>
 
@@ -229,6 +230,14 @@ TEST(ErrorContext, LoadsTheClassWordsFromWhereTheyAre)
     EXPECT_STREQ(L"Avertissement,Erreur,Fatal Error", load())
         << "what it does not have comes from the library";
     EXPECT_STREQ(L"Avertissement: x", SDErrorContext().LogWarning(L"x"));
+
+    SModuleState::Core().SetResourceHandle(restore.resources);
+    for (const WORD language : { SUBLANG_FRENCH, SUBLANG_FRENCH_BELGIAN }) {
+        const UiLanguage french(MAKELANGID(LANG_FRENCH, language));
+        EXPECT_STREQ(L"Avertissement,Erreur,Erreur fatale", load()) << "French, as spoken in " << language;
+    }
+    const UiLanguage german(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN));
+    EXPECT_STREQ(L"Warning,Error,Fatal Error", load()) << "a language that the library does not speak";
 }
 
 TEST(ErrorContext, GeneralOutputIsTheInstalledOneOrTheFirst)

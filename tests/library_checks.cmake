@@ -30,7 +30,34 @@ if(CMAKE_CROSSCOMPILING_EMULATOR)
     endforeach()
     set_tests_properties(desk gallery PROPERTIES RESOURCE_LOCK desktop)
 endif()
+# The debugger's views, on a program that has one of everything.
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+    find_program(CV_GDB NAMES i686-w64-mingw32-gdb NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    mark_as_advanced(CV_GDB)
+    add_executable(debugviews support/debugviews.cpp)
+    cv_own_code(debugviews)
+    target_compile_options(debugviews PRIVATE -g -O0)
+    target_link_libraries(debugviews PRIVATE CVCore16)
+    add_dependencies(debugviews runtime_dlls)
+    add_test(NAME debugviews COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/debugviews_check.sh"
+        "${PROJECT_SOURCE_DIR}" "${CV_GDB}" "$<TARGET_FILE:debugviews>")
+    set_tests_properties(debugviews PROPERTIES TIMEOUT 120)
+endif()
+
 add_test(NAME readme COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/readme_check.sh" "${PROJECT_SOURCE_DIR}")
+
+foreach(page IN ITEMS moving threads)
+    add_test(NAME page_${page} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
+        "${PROJECT_SOURCE_DIR}/docs/${page}.md" "${CMAKE_CURRENT_SOURCE_DIR}/pages.cpp")
+endforeach()
+
+# The package, as a client gets it.
+if(CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_test(NAME package COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/package_check.sh"
+        "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}" "${PROJECT_VERSION}" "${CMAKE_CXX_COMPILER}"
+        "${PROJECT_BINARY_DIR}/package check")
+    set_tests_properties(package PROPERTIES TIMEOUT 300)
+endif()
 
 # One preset is enough to know that neither the clock nor a path gets into the output.
 if(CMAKE_BUILD_TYPE STREQUAL "Release")

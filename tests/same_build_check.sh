@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # same_build_check.sh CMAKE SOURCE DLL FOLDER: builds the DLL a second time, from a copy of the sources at
-# another path and in another build folder, and compares.
+# another path, in another build folder and as a subfolder of a client's project, and compares.
 set -euo pipefail
 cmake=$1 source=$2 dll=$3 folder=$4
 copy="$folder/a copy"
-parts=(CMakeLists.txt CMakePresets.json cmake core)
+parts=(CMakeLists.txt cmake core packaging tests/consumer)
 mkdir -p "$copy"
 
 # Only files that differ are copied and get the time of now, so that those alone are built again.
@@ -19,9 +19,13 @@ while IFS= read -r -d '' file; do
 done < <(cd "$copy" && find "${parts[@]}" -type f -print0)
 
 cd "$copy"
-"$cmake" --preset win32 -DCVCORE_CLIENTS=OFF >/dev/null
-"$cmake" --build build/win32 --target CVCore16
-if ! cmp "$dll" build/win32/bin/CVCore16.dll; then
+"$cmake" -G Ninja -S tests/consumer -B build -DCVCORE_SOURCE="$PWD" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/i686-w64-mingw32.cmake" >/dev/null
+"$cmake" --build build
+for name in CVCore16.dll libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll; do
+    [ -e "build/$name" ] || { echo "$name is not beside the client's program" >&2; exit 1; }
+done
+if ! cmp "$dll" build/CVCore16.dll; then
     echo "two builds of the same sources differ" >&2
     find "$source/core" -type f -newer "$dll" -exec echo "edited since the first build:" {} \; >&2
     exit 1

@@ -6,6 +6,7 @@
 #include "support/allocfail.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
+#include "support/uilanguage.h"
 
 #include <gtest/gtest.h>
 
@@ -217,7 +218,7 @@ TEST(StringResources, ComeFromTheModulesStringTable)
 {
     // The test program's own table: ids 1000, 1001 and 1015; see strclss.rc.
     SString s(L"kept");
-    EXPECT_EQ(0, s.TryLoad(nullptr, 1002));
+    EXPECT_EQ(0, s.TryLoad(nullptr, 1003));
     EXPECT_STREQ(L"kept", s);
     EXPECT_EQ(1, s.TryLoad(nullptr, 1000));
     EXPECT_STREQ(L"%s has %d parts", s);
@@ -228,6 +229,36 @@ TEST(StringResources, ComeFromTheModulesStringTable)
     EXPECT_STREQ(L"second", SString(static_cast<HINSTANCE>(nullptr), 1001));
     EXPECT_STREQ(L"it has 3 parts", s.Format(1000u, L"it", 3));
     EXPECT_TRUE(s.Format(60000u, 1).IsEmpty());
+}
+
+TEST(StringResources, AreInTheUiLanguageOfTheThreadWhereThereIsOne)
+{
+    const WORD french = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH);
+    const WORD canadian = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH_CANADIAN);
+    const WORD swiss = MAKELANGID(LANG_FRENCH, SUBLANG_FRENCH_SWISS);
+    const WORD german = MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN);
+    const struct {
+        WORD language;
+        unsigned id;
+        const wchar_t* wanted;
+    } kTexts[] = {
+        { french, 1000, L"%s a %d parties" },
+        { swiss, 1000, L"%s a %d parties" },
+        { canadian, 1000, L"%s a %d parties, icitte" },
+        { canadian, 1002, L"seulement" }, // not in its own table, in that of the language
+        { french, 1001, L"second" },      // in none of French
+        { canadian, 1015, L"the last of its block" },
+        { german, 1000, L"%s has %d parts" },
+        { MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_UK), 1000, L"%s has %d parts" },
+        { german, 1003, L"" },
+    };
+    for (const auto& t : kTexts) {
+        SCOPED_TRACE(testing::Message() << "language " << t.language << ", text " << t.id);
+        const UiLanguage language(t.language);
+        SString text;
+        EXPECT_EQ(*t.wanted != 0, text.LoadString(t.id) == 1);
+        EXPECT_STREQ(t.wanted, text);
+    }
 }
 
 TEST(StringOutOfMemory, ThrowsWithItsPlaceAndLosesNothing)

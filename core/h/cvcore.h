@@ -60,6 +60,7 @@
 #include "symtab.h"
 #include "szipstream.h"
 #include "tablemem.h"
+#include "version.h"
 #include "winapp.h"
 #include "winctl.h"
 #include "window.h"

@@ -171,7 +171,8 @@ public:
     HINSTANCE GetResInstance() const { return m_resources; }
 
     /// The words in front of messages: string resources 282, 283 and 284 of the library ("Warning", "Error" and
-    /// "Fatal Error" where it has none).
+    /// "Fatal Error" where it has none), loaded by the first context, in the UI language of its thread (English and
+    /// French come with the library). Once sClassWarning is emptied the next context loads them again.
     static SString sClassWarning;
     static SString sClassError;
     static SString sClassFatal;

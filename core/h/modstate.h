@@ -27,7 +27,8 @@ public:
     HINSTANCE GetResourceModule() const noexcept { return m_resources ? m_resources : m_instance; }
 
     /// Loads a string resource: from the resource handle, the instance handle or the core library itself, whichever has it
-    /// first. 0 and an untouched text when none has. A null handle is passed over.
+    /// first, in the language that SString::LoadString chooses there. 0 and an untouched text when none has. A null handle
+    /// is passed over.
     int TryLoadString(unsigned id, SString& text) const;
 
     /// The core library's own state. Its instance handle is the library's; its resource handle is null at first.

@@ -420,7 +420,9 @@ public:
     SString& FormatPlain(const wchar_t* format, ...);
     SString& FormatPlain(unsigned formatId, ...);
     SString& FormatV(const wchar_t* format, va_list arguments);
-    /// Loads a string resource of `module` (null: the program) and returns 1; 0 and an empty text when it has none.
+    /// Loads a string resource of `module` (null: the program) and returns 1; 0 and an empty text when it has none. Of
+    /// several languages it takes the text in the thread's UI language (SetThreadUILanguage), else in the same language of
+    /// another country, else in English, else what the system chooses; a text that is empty counts as missing.
     int LoadString(unsigned id, HINSTANCE module = nullptr);
     /// The same, but a missing resource leaves the text as it is.
     int TryLoad(HINSTANCE module, unsigned id);

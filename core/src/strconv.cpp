@@ -409,32 +409,3 @@ void SString::_ToUnicode(const char* text, int bytes)
         SAnsiString::AnsiToWideChar(text, static_cast<int>(length), wide.m_text, units + 1);
     swap(wide);
 }
-
-// ---- String resources ----
-
-// Read as data, not with LoadStringW: the foundation stands without the user-interface libraries.
-int SString::TryLoad(HINSTANCE module, unsigned id)
-{
-    // A string table comes in blocks of 16 texts, each behind its length; block n holds the ids from 16 (n - 1) on.
-    HRSRC found =
-        ::FindResourceW(module, MAKEINTRESOURCEW(id / 16 + 1), reinterpret_cast<LPCWSTR>(RT_STRING));
-    HGLOBAL loaded = found ? ::LoadResource(module, found) : nullptr;
-    const wchar_t* at = loaded ? static_cast<const wchar_t*>(::LockResource(loaded)) : nullptr;
-    if (!at)
-        return 0;
-    const wchar_t* const last = at + ::SizeofResource(module, found) / sizeof(wchar_t);
-    for (unsigned skip = id % 16; skip > 0 && at < last; --skip)
-        at += 1 + *at;
-    if (at >= last || *at == 0 || *at > last - at - 1)
-        return 0;
-    AssignCopy(*at, at + 1);
-    return 1;
-}
-
-int SString::LoadString(unsigned id, HINSTANCE module)
-{
-    if (TryLoad(module, id))
-        return 1;
-    Empty();
-    return 0;
-}
