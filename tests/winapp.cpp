@@ -284,7 +284,8 @@ TEST(Application, KnowsItsPrinter)
     const HGLOBAL names = dialog.hDevNames;
     EXPECT_NE(nullptr, names);
     EXPECT_EQ(1, app.GetPrinterDeviceDefaults(&dialog));
-    EXPECT_EQ(names, dialog.hDevNames) << "the one in use";
+    const HGLOBAL again = dialog.hDevNames; // the structure is packed: no reference into it
+    EXPECT_EQ(names, again) << "the one in use";
     dialog.Flags = PD_NOSELECTION;
     EXPECT_EQ(1, app.DoPrintDialog(&dialog));
     EXPECT_EQ(static_cast<DWORD>(PD_NOSELECTION), g_printFlags);

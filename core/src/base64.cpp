@@ -9,14 +9,17 @@ namespace {
 
 long Encode(const void* bytes, unsigned long count, SString& text)
 {
-    text.Empty();
+    // A text that has the room keeps it: fresh memory costs more than the encoding.
+    SString encoded;
+    encoded.swap(text);
     if (!bytes || count == 0)
         return 0;
     const unsigned long long length = (static_cast<unsigned long long>(count) + 2) / 3 * 4;
     if (length > static_cast<unsigned long long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
     const int units = static_cast<int>(length);
-    SString encoded;
+    if (encoded.Capacity() < units)
+        encoded.Empty(); // what is there would be copied
     Base64Kern::Best().encode(static_cast<const unsigned char*>(bytes), count,
                               encoded.GetBufferSetLength(units));
     encoded.UnlockTchar(units);

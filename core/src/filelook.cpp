@@ -144,15 +144,14 @@ int SFile::CompareBinaryFiles(const wchar_t* a, const wchar_t* b)
     const Buffer bytes = NewBuffer(), otherBytes = NewBuffer();
     if (!bytes || !otherBytes)
         return 0;
-    // The last piece decides: that is what the callers have always been told.
-    int result = 0;
-    for (DWORD left = size; left > 0;) {
-        const DWORD count = left < kPiece ? left : kPiece;
+    // The last piece decides: that is what the callers have always been told. Those before it are read all the same, since a
+    // file that cannot be read has no answer.
+    DWORD count = 0;
+    for (DWORD left = size; left > 0; left -= count) {
+        count = left < kPiece ? left : kPiece;
         if (!first.Read(bytes.get(), count) || !second.Read(otherBytes.get(), count))
             return kCannotCompare;
-        const int order = std::memcmp(bytes.get(), otherBytes.get(), count);
-        result = order < 0 ? -1 : order > 0;
-        left -= count;
     }
-    return result;
+    const int order = std::memcmp(bytes.get(), otherBytes.get(), count);
+    return order < 0 ? -1 : order > 0;
 }

@@ -31,6 +31,14 @@ bool ListReader::Next(SString* first, SString* second, wchar_t divider)
 void AppendEscaped(SStringBuffer& out, const SString& text, const SString& escape,
                    std::initializer_list<const SString*> special)
 {
+    // Most texts hold nothing special.
+    bool isPlain = !text.Find(escape);
+    for (const SString* part : special)
+        isPlain = isPlain && !text.Find(*part);
+    if (isPlain) {
+        out << text;
+        return;
+    }
     SString escaped(text);
     escaped.ReplaceAll(escape, escape + escape);
     for (const SString* part : special)

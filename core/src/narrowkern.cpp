@@ -8,6 +8,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -22,15 +23,84 @@ void Store(void* to, __m128i value)
     _mm_storeu_si128(static_cast<__m128i*>(to), value);
 }
 
-bool IsAscii(__m128i bytes)
+// A bit for each of sixteen units that is not ASCII.
+unsigned Others(__m128i bytes)
 {
-    return _mm_movemask_epi8(bytes) == 0;
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
-// Two registers of wide units.
-bool IsAscii(__m128i low, __m128i high)
+unsigned Others(__m128i low, __m128i high)
 {
-    const __m128i above = _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
-    return _mm_movemask_epi8(_mm_cmpeq_epi16(above, _mm_setzero_si128())) == 0xFFFF;
+    const __m128i bits = _mm_set1_epi16(static_cast<short>(0xFF80)), none = _mm_setzero_si128();
+    const __m128i plain = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low, bits), none),
+                                          _mm_cmpeq_epi16(_mm_and_si128(high, bits), none));
+    return ~static_cast<unsigned>(_mm_movemask_epi8(plain)) & 0xFFFF;
+}
+size_t First(unsigned others)
+{
+    return static_cast<size_t>(__builtin_ctz(others));
+}
+
+// How many characters a loop over other scripts stays with after it has met ASCII: these come in runs, with single blanks and
+// points in between.
+constexpr size_t kPlainInRun = 2;
+
+// The loops below take the characters that are one unit of UTF-16, as long as there is plenty of text and room, and stop at
+// everything else, which the caller deals with.
+
+void RunTo8(const wchar_t* from, size_t count, size_t& at, char* to, size_t room, size_t& made)
+{
+    size_t i = at, n = made;
+    for (size_t plain = 0; i < count && n + 4 <= room && plain < kPlainInRun; ++i) {
+        const unsigned c = from[i];
+        if (c < 0x80) {
+            to[n++] = static_cast<char>(c);
+            ++plain;
+            continue;
+        }
+        plain = 0;
+        if (c < 0x800) {
+            const unsigned short two = static_cast<unsigned short>(0x80C0 | c >> 6 | (c & 0x3F) << 8);
+            std::memcpy(to + n, &two, sizeof two);
+            n += 2;
+        } else if ((c & 0xF800) != 0xD800) {
+            const unsigned three = 0x8080E0 | c >> 12 | (c << 2 & 0x3F00) | (c & 0x3F) << 16;
+            std::memcpy(to + n, &three, sizeof three);
+            n += 3;
+        } else {
+            break;
+        }
+    }
+    at = i;
+    made = n;
+}
+
+void RunTo16(const unsigned char* from, size_t count, size_t& at, wchar_t* to, size_t room, size_t& made)
+{
+    size_t i = at, n = made;
+    for (size_t plain = 0; i + 4 <= count && n < room && plain < kPlainInRun;) {
+        unsigned four;
+        std::memcpy(&four, from + i, sizeof four);
+        const unsigned first = four & 0xFF;
+        if (first < 0x80) {
+            to[n++] = static_cast<wchar_t>(first);
+            ++i;
+            ++plain;
+            continue;
+        }
+        plain = 0;
+        if ((four & 0xC0E0) == 0x80C0 && first >= 0xC2) {
+            to[n++] = static_cast<wchar_t>((first & 0x1F) << 6 | (four >> 8 & 0x3F));
+            i += 2;
+            continue;
+        }
+        const unsigned c = (first & 0xF) << 12 | (four >> 2 & 0xFC0) | (four >> 16 & 0x3F);
+        if ((four & 0xC0C0F0) != 0x8080E0 || c < 0x800 || (c & 0xF800) == 0xD800)
+            break;
+        to[n++] = static_cast<wchar_t>(c);
+        i += 3;
+    }
+    at = i;
+    made = n;
 }
 
 bool IsHighHalf(wchar_t c)
@@ -51,10 +121,15 @@ size_t CopyAscii(const char* from, size_t count, wchar_t* to)
     size_t i = 0;
     for (; i + kBlock <= count; i += kBlock) {
         const __m128i bytes = Load(from + i);
-        if (!IsAscii(bytes))
+        // The whole block, even when only its start counts, where what follows surely makes as many units: three bytes make
+        // one, and nothing behind the result may be written.
+        const unsigned others = Others(bytes);
+        if (others && count - i < 3 * kBlock)
             break;
         Store(to + i, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
         Store(to + i + kBlock / 2, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+        if (others)
+            return i + First(others);
     }
     for (; i < count && static_cast<unsigned char>(from[i]) < 0x80; ++i)
         to[i] = static_cast<wchar_t>(from[i]);
@@ -66,9 +141,10 @@ size_t CopyAscii(const wchar_t* from, size_t count, char* to)
     size_t i = 0;
     for (; i + kBlock <= count; i += kBlock) {
         const __m128i low = Load(from + i), high = Load(from + i + kBlock / 2);
-        if (!IsAscii(low, high))
-            break;
+        // Here what follows always makes enough.
         Store(to + i, _mm_packus_epi16(low, high));
+        if (const unsigned others = Others(low, high))
+            return i + First(others);
     }
     for (; i < count && from[i] < 0x80; ++i)
         to[i] = static_cast<char>(from[i]);
@@ -78,8 +154,10 @@ size_t CopyAscii(const wchar_t* from, size_t count, char* to)
 size_t AsciiLength(const char* text, size_t count)
 {
     size_t i = 0;
-    while (i + kBlock <= count && IsAscii(Load(text + i)))
-        i += kBlock;
+    for (; i + kBlock <= count; i += kBlock) {
+        if (const unsigned others = Others(Load(text + i)))
+            return i + First(others);
+    }
     while (i < count && static_cast<unsigned char>(text[i]) < 0x80)
         ++i;
     return i;
@@ -88,8 +166,10 @@ size_t AsciiLength(const char* text, size_t count)
 size_t AsciiLength(const wchar_t* text, size_t count)
 {
     size_t i = 0;
-    while (i + kBlock <= count && IsAscii(Load(text + i), Load(text + i + kBlock / 2)))
-        i += kBlock;
+    for (; i + kBlock <= count; i += kBlock) {
+        if (const unsigned others = Others(Load(text + i), Load(text + i + kBlock / 2)))
+            return i + First(others);
+    }
     while (i < count && text[i] < 0x80)
         ++i;
     return i;
@@ -104,8 +184,9 @@ size_t Utf16To8(const wchar_t* from, size_t count, char* to, size_t room)
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
-        // Characters of other scripts come in runs, with single blanks and points in between.
-        for (size_t plain = 0; at < count && plain < 2;) {
+        if (to)
+            RunTo8(from, count, at, to, room, made);
+        for (size_t plain = 0; at < count && plain < kPlainInRun;) {
             unsigned c = from[at];
             size_t units = 1;
             if (IsHighHalf(from[at]) && at + 1 < count && IsLowHalf(from[at + 1])) {
@@ -139,7 +220,9 @@ size_t Utf8To16(const char* from, size_t count, wchar_t* to, size_t room)
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
-        for (size_t plain = 0; at < count && plain < 2;) {
+        if (to)
+            RunTo16(bytes, count, at, to, room, made);
+        for (size_t plain = 0; at < count && plain < kPlainInRun;) {
             int length = 0;
             const unsigned c =
                 GetUtf8(bytes + at, static_cast<int>(std::min<size_t>(count - at, kMostUtf8)), &length);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <utility>
 
 namespace {
 
@@ -39,19 +40,48 @@ SString Converted(const SString& path, NameCall call)
                      [&](wchar_t* buffer, DWORD room) { return call(SystemPath(path), buffer, room); }));
 }
 
-// The system converts what exists; so the longest part that does is looked for, from the end.
+// Where the parts of a path end, from its root on: at every separator, and at its end.
+STable<int> EndsOfParts(const SString& path)
+{
+    STable<int> ends;
+    const int root = RootOf(path);
+    if (root > 0)
+        ends.Add(root);
+    for (int at = root; (at = path.FindPos(kSeparator, at)) >= 0; ++at) {
+        if (at > root)
+            ends.Add(at);
+    }
+    if (ends.IsEmpty() || ends[ends.Count() - 1] != path.Length())
+        ends.Add(path.Length());
+    return ends;
+}
+
+// The system converts what exists. What stands below something that does not exist does not either, so the longest part that
+// does is found by halving: a path of thousands of parts must not be looked up thousands of times.
 SString ConvertNames(const SString& path, NameCall call)
 {
+    constexpr int kLongestPath = 32767; // the system's own limit
     if (path.IsEmpty())
         return path;
-    for (int end = path.Length(); end > 0; end = path.ReverseFindPos(kSeparator, end - 1)) {
-        const SString converted = Converted(path.Left(end), call);
-        if (!converted.IsEmpty())
-            return end == path.Length() ? converted : converted + path.Mid(end);
-        if (end == RootOf(path))
-            break;
+    SString whole = path.Length() > kLongestPath ? SString() : Converted(path, call);
+    if (!whole.IsEmpty())
+        return whole;
+    const STable<int> ends = EndsOfParts(path);
+    SString best;
+    int bestEnd = 0;
+    for (int low = 0, high = ends.Count() - 1; low < high;) {
+        const int middle = low + (high - low) / 2;
+        const int end = ends[middle];
+        SString converted = end > kLongestPath ? SString() : Converted(path.Left(end), call);
+        if (converted.IsEmpty()) {
+            high = middle;
+        } else {
+            best = std::move(converted);
+            bestEnd = end;
+            low = middle + 1;
+        }
     }
-    return path;
+    return bestEnd == 0 ? path : best + path.Mid(bestEnd);
 }
 
 struct ModuleKind {

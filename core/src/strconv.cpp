@@ -116,7 +116,20 @@ Whole ReadWhole(const wchar_t* text, int base)
         text += 2;
     if (base == 0)
         base = prefixed ? 16 : 10;
-    for (; IsXDigitChar(*text) && DigitValue(*text) < base; ++text)
+    const auto isDigit = [base](wchar_t c) { return IsXDigitChar(c) && DigitValue(c) < base; };
+    // As many digits as surely fit a word; the rest, which few numbers have, is looked at one by one.
+    unsigned long inWord = 0;
+    const wchar_t* const surelyFits = text + (base == 10 ? 9 : base <= 16 ? 7 : 0);
+    if (base == 10) {
+        for (; text < surelyFits && IsDigitChar(*text); ++text)
+            inWord = inWord * 10 + (*text - L'0');
+    } else {
+        for (; text < surelyFits && isDigit(*text); ++text)
+            inWord =
+                inWord * static_cast<unsigned long>(base) + static_cast<unsigned long>(DigitValue(*text));
+    }
+    number.size = inWord;
+    for (; isDigit(*text); ++text)
         number.size = std::min<unsigned long long>(number.size * base + DigitValue(*text), ULONG_MAX + 1ull);
     return number;
 }
@@ -158,6 +171,31 @@ private:
     unsigned m_before;
 #endif
 };
+
+// Most numbers have few digits and a small power of ten. Both are then exact as doubles, so that one division or multiplication
+// rounds once, as the reader of the run-time does with ten times the work. False for other numbers.
+bool ReadShortDecimal(const wchar_t* text, const wchar_t* end, double& value)
+{
+    static const double kPowers[] = { 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10 };
+    constexpr ptrdiff_t kMostDigits = 15; // below 2^53
+    if (end - text > kMostDigits)
+        return false;
+    unsigned long long digits = 0;
+    const wchar_t* point = nullptr;
+    for (; text < end; ++text) {
+        if (*text == L'.')
+            point = text;
+        else if (IsDigitChar(*text))
+            digits = digits * 10 + static_cast<unsigned>(*text - L'0');
+        else
+            return false; // an exponent
+    }
+    const ptrdiff_t decimals = point ? end - point - 1 : 0;
+    if (decimals >= static_cast<ptrdiff_t>(std::size(kPowers)))
+        return false;
+    value = static_cast<double>(static_cast<long long>(digits)) / kPowers[decimals];
+    return true;
+}
 
 constexpr wchar_t kInfinity[] = L"inf";
 constexpr wchar_t kNotANumber[] = L"nan";
@@ -270,13 +308,17 @@ double SString::ToDouble() const
     const wchar_t* text = SkipSpace(m_text);
     const double sign = *text == L'-' ? -1.0 : 1.0;
     text = SkipSign(text);
-    if (SSafeStrNICmp(text, kInfinity, std::size(kInfinity) - 1) == 0)
+    const bool isNumber = IsDigitChar(*text) || *text == L'.';
+    if (!isNumber && SSafeStrNICmp(text, kInfinity, std::size(kInfinity) - 1) == 0)
         return sign * std::numeric_limits<double>::infinity();
-    if (SSafeStrNICmp(text, kNotANumber, std::size(kNotANumber) - 1) == 0)
+    if (!isNumber && SSafeStrNICmp(text, kNotANumber, std::size(kNotANumber) - 1) == 0)
         return std::numeric_limits<double>::quiet_NaN();
     while (text[0] == L'0' && IsDigitChar(text[1]))
         ++text;
     const wchar_t* const end = SkipDecimal(text);
+    double value = 0;
+    if (ReadShortDecimal(text, end, value))
+        return sign * value;
 
     // The run-time's reader takes narrow text; all characters of a number are ASCII.
     char onStack[128];
@@ -286,7 +328,6 @@ double SString::ToDouble() const
     if (length > sizeof onStack)
         narrow = reinterpret_cast<char*>(large.LockTchar(static_cast<int>(length / sizeof(wchar_t) + 1)));
     std::transform(text, end, narrow, [](wchar_t c) { return static_cast<char>(c); });
-    double value = 0;
     [[maybe_unused]] const DoublePrecision precision;
     if (std::from_chars(narrow, narrow + length, value).ec == std::errc::result_out_of_range)
         value = IsHuge(narrow, narrow + length) ? std::numeric_limits<double>::infinity() : 0;

@@ -24,6 +24,7 @@ constexpr wchar_t kInvalidString[] = L"Invalid string in binary stream";
 constexpr unsigned long kLargestUnchecked = 0x300000;
 constexpr unsigned char kShortFollows = 0xFF;
 constexpr unsigned short kLongFollows = 0xFFFF;
+constexpr unsigned long kShortUnits = 256;
 constexpr unsigned long kShortBytes = 1024, kLocalBytes = 0x10000;
 
 void WriteLength(SOutputBinaryStream& out, unsigned long n)
@@ -71,6 +72,13 @@ void AssignUtf8(SString& text, const char* bytes, unsigned long n)
     if (bytes[n - 1] == '\0')
         --n;
     const int length = static_cast<int>(n);
+    if (n > 0 && n < kShortUnits) { // one conversion, and a buffer of the right class
+        wchar_t local[kShortUnits];
+        const int made = SUtf8String::UTF8ToWideChar(bytes, length, local, kShortUnits);
+        // A terminator that the conversion appended is counted, one of the text's own is not.
+        text = SString(local, local + (made > 0 && bytes[n - 1] != '\0' ? made - 1 : made));
+        return;
+    }
     const int units = length == 0 ? 0 : SUtf8String::UTF8ToWideChar(bytes, length, nullptr, 0);
     if (units == 0) {
         text.Empty();

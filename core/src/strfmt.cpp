@@ -155,6 +155,12 @@ private:
         }
     }
 
+    // Letters that no prefix begins with.
+    static bool IsType(wchar_t c)
+    {
+        return c == L's' || c == L'd' || c == L'u' || c == L'x' || c == L'c' || c == L'f' || c == L'g';
+    }
+
     // Digits, or a star for an argument. A number too large for an int stands for the largest one.
     int ReadNumber()
     {
@@ -170,6 +176,8 @@ private:
 
     Size ReadSize()
     {
+        if (IsType(*m_at))
+            return Size::kPlain; // nearly always; the search below would cost more than the conversion
         static const struct {
             const wchar_t* prefix;
             Size size;
@@ -270,7 +278,12 @@ private:
         wchar_t* const end = digits + kMostDigits;
         wchar_t* first = end;
         if (value <= ULONG_MAX) { // 64-bit division costs a call each on the 32-bit target
-            for (unsigned long rest = static_cast<unsigned long>(value); rest != 0; rest /= base)
+            unsigned long rest = static_cast<unsigned long>(value);
+            if (base == 10) { // by a constant: no division at all
+                for (; rest != 0; rest /= 10)
+                    *--first = static_cast<wchar_t>(L'0' + rest % 10);
+            }
+            for (; rest != 0; rest /= base)
                 *--first = static_cast<wchar_t>(digitChars[rest % base]);
         } else {
             for (; value != 0; value /= base)
@@ -385,6 +398,8 @@ private:
 // %n would write through an argument: a format with it is refused whole.
 bool StoresCount(const wchar_t* at)
 {
+    if (!std::wcschr(at, L'n'))
+        return false;
     while ((at = std::wcschr(at, L'%')) != nullptr) {
         at += 1 + std::wcsspn(at + 1, L"-+ #0123456789*.lhwILztj");
         if (*at == L'n')

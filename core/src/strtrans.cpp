@@ -252,6 +252,8 @@ int SStringTranslator::LookupVariable(const SString& name, OPTIONS& options, lon
 
 SString SStringTranslator::FormatOptions(SString value, OPTIONS& options) const
 {
+    if (options.flags == 0 && options.width == 0 && options.precision == 0)
+        return value;
     if (options.flags & OPTIONS::kTrim)
         value.Trim(L' ');
     if (options.flags & OPTIONS::kSingleQuotes)

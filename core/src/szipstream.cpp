@@ -73,7 +73,7 @@ int SInflaterInputStream::LookForEnd(bool takesMore)
         zip.next_in = m_state->input;
         zip.avail_in = m_inner->Read(m_state->input, sizeof m_state->input, kRun);
     }
-    if (!m_state->atEnd && zip.avail_in > 0 && ::inflate(&zip, Z_NO_FLUSH) == Z_STREAM_END) {
+    if (!m_state->atEnd && ::inflate(&zip, Z_NO_FLUSH) == Z_STREAM_END) {
         m_state->atEnd = true;
         GiveBack();
     }
@@ -94,13 +94,14 @@ unsigned long SInflaterInputStream::Read(void* data, unsigned long bytes, unsign
     zip.next_out = static_cast<Bytef*>(data);
     zip.avail_out = bytes;
     while (zip.avail_out > 0 && !m_state->atEnd) {
-        if (zip.avail_in == 0)
-            TakeMore();
+        // It may have taken all input and still have something to say: a match can be longer than the room was.
         const int code = ::inflate(&zip, Z_NO_FLUSH);
         if (code == Z_STREAM_END) {
             m_state->atEnd = true;
             GiveBack();
-        } else if (code != Z_OK && code != Z_BUF_ERROR) {
+        } else if (code == Z_BUF_ERROR && zip.avail_in == 0) {
+            TakeMore();
+        } else if (code != Z_OK) {
             ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, zip.msg);
         }
     }
