@@ -17,13 +17,13 @@
 #include <stdexcept>
 
 extern const Subject kStrings, kMaps, kArrays, kPools, kEncodings, kStreams, kMessages, kFiles, kGradients,
-    kTemplates, kMemory, kGrowth;
+    kRtf, kTemplates, kMemory, kGrowth;
 
 namespace {
 
-// RTF rewriting and merging go behind the gradients.
-const Subject* const kSubjects[] = { &kStrings,  &kMaps,  &kArrays,    &kPools,     &kEncodings, &kStreams,
-                                     &kMessages, &kFiles, &kGradients, &kTemplates, &kMemory,    &kGrowth };
+const Subject* const kSubjects[] = { &kStrings,   &kMaps,     &kArrays, &kPools,     &kEncodings,
+                                     &kStreams,   &kMessages, &kFiles,  &kGradients, &kRtf,
+                                     &kTemplates, &kMemory,   &kGrowth };
 
 // Long enough for the clock, and short enough that what else the machine does hits few of the rounds.
 const double kRoundSeconds = 0.004;
