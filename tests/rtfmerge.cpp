@@ -260,8 +260,11 @@ public:
 
     std::wstring Get()
     {
-        while (m_at < m_text.size())
+        // From the first brace to the one that closes it: what stands around them is not shown.
+        m_at = m_text.find(L'{');
+        do {
             Step();
+        } while (m_at < m_text.size() && !m_states.empty());
         return m_shown;
     }
 
