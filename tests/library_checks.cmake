@@ -23,7 +23,7 @@ add_test(NAME dll_file COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/dll_fil
 
 # The samples, as a person starts them.
 if(CMAKE_CROSSCOMPILING_EMULATOR)
-    foreach(sample IN ITEMS concordance desk expand faults filetool gallery letters)
+    foreach(sample IN ITEMS concordance desk expand faults filetool first gallery letters)
         add_test(NAME ${sample} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/${sample}_check.sh"
             "${PROJECT_SOURCE_DIR}/tools" "$<TARGET_FILE:${sample}>" "${PROJECT_SOURCE_DIR}")
         set_tests_properties(${sample} PROPERTIES TIMEOUT 120)

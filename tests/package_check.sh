@@ -5,7 +5,13 @@ set -euo pipefail
 source=$1 build=$2 version=$3 cxx=$4 folder=$5
 fail() { echo "package: $*" >&2; exit 1; }
 step() { echo "== $* (${SECONDS}s)"; }
-run() { timeout 60 "$source/tools/wine" "$@" </dev/null | tr -d '\r'; }
+# Through a file: a process that Wine starts meanwhile would hold a pipe open.
+run() {
+    local status=0
+    timeout 60 "$source/tools/wine" "$@" >"$folder/ran" </dev/null || status=$?
+    tr -d '\r' <"$folder/ran"
+    return $status
+}
 rm -rf "$folder"
 mkdir -p "$folder/a client"
 cd "$folder/a client"

@@ -243,10 +243,10 @@ private:
     void* AllocFromNewChunk() noexcept;
     void FreeIntoBadRegion(Block* block) noexcept;
     bool IsLockedBad(const void* block) const noexcept;
-    bool IsBlockOfThisPool(const void* block) const noexcept;
+    bool IsBlockOfThisPool(const void* block) noexcept;
     void ReportForeignBlock() const noexcept;
     unsigned long CountChunks() const noexcept;
-    ListFinding WalkFreeList(const void* wanted, bool* found, Block** lastSound) const noexcept;
+    ListFinding WalkFreeList(const void* wanted, bool* found, Block** lastSound) noexcept;
     void CutCircle() noexcept;
     void RepairFreeList() noexcept;
     void InitBlocksPerChunk() noexcept;
