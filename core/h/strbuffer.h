@@ -55,12 +55,12 @@ public:
     SStringBuffer& operator<<(char c) { return Append(SString(&c, 1)); }
     SStringBuffer& operator<<(const wchar_t* text) { return Append(text); }
     SStringBuffer& operator<<(const SString& text) { return Append(text); }
-    SStringBuffer& operator<<(long number) { return Append(SString(number)); }
-    SStringBuffer& operator<<(int number) { return Append(SString(number)); }
-    SStringBuffer& operator<<(unsigned number) { return Append(SString(number)); }
-    SStringBuffer& operator<<(unsigned long number) { return Append(SString(number)); }
-    SStringBuffer& operator<<(long long number) { return Append(SString(number)); }
-    SStringBuffer& operator<<(unsigned long long number) { return Append(SString(number)); }
+    SStringBuffer& operator<<(long number);
+    SStringBuffer& operator<<(int number) { return *this << static_cast<long>(number); }
+    SStringBuffer& operator<<(unsigned number) { return *this << static_cast<unsigned long>(number); }
+    SStringBuffer& operator<<(unsigned long number);
+    SStringBuffer& operator<<(long long number);
+    SStringBuffer& operator<<(unsigned long long number);
     SStringBuffer& operator<<(double number) { return Append(SString(number)); }
     SStringBuffer& operator<<(std::wstring_view text)
     {
@@ -86,6 +86,8 @@ private:
     friend class SString;
 
     SStringData* MakeRoom(int n);
+    template <class Whole>
+    SStringBuffer& AppendWhole(Whole number);
 
     SString m_text;
 };

@@ -38,7 +38,7 @@ RtfToken RtfLexer::Next()
         ++m_at;
         break;
     case L'\\': return Control();
-    default: token.kind = RtfToken::kText; m_at = RtfTags::FindSpecialBefore(m_at, m_end);
+    default: token.kind = RtfToken::kText; m_at = RtfTags::FindBefore<RtfTags::TextEnds>(m_at, m_end);
     }
     token.end = m_at;
     return token;

@@ -7,6 +7,8 @@
 #include "rtftags.h"
 #include "strbuffer.h"
 
+#include <algorithm>
+
 using RtfTags::Cursor;
 using RtfTags::Tag;
 
@@ -15,32 +17,29 @@ namespace {
 enum class Table { Font, Color, Style };
 
 struct Rule {
-    std::wstring_view prefix;
+    std::wstring_view prefix; // behind the backslash
     Table table;
 };
 
-constexpr Rule kRules[] = {
-    { L"\\f", Table::Font },          { L"\\af", Table::Font },  { L"\\cf", Table::Color },
-    { L"\\cb", Table::Color },        { L"\\cs", Table::Style }, { L"\\s", Table::Style },
-    { L"\\highlight", Table::Color }, { L"\\ds", Table::Style }, { L"\\ts", Table::Style },
+// By far the most frequent ones, known by their first letter.
+constexpr Rule kFont = { L"f", Table::Font };
+constexpr Rule kStyle = { L"s", Table::Style };
+constexpr Rule kOthers[] = {
+    { L"cf", Table::Color }, { L"cb", Table::Color }, { L"highlight", Table::Color }, { L"af", Table::Font },
+    { L"cs", Table::Style }, { L"ds", Table::Style }, { L"ts", Table::Style },
 };
 
 const Rule* RuleFor(const Tag& tag)
 {
-    if (tag.Length() < 3)
+    if (tag.Length() < 3 || *tag.start != L'\\')
         return nullptr;
-    switch (tag.start[1]) {
-    case L'a':
-    case L'c':
-    case L'd':
-    case L'f':
-    case L'h':
-    case L's':
-    case L't': break;
-    default: return nullptr;
-    }
-    for (const Rule& rule : kRules) {
-        if (tag.BeginsWith(rule.prefix))
+    const wchar_t first = tag.start[1];
+    if (first == L'f')
+        return &kFont;
+    if (first == L's')
+        return &kStyle;
+    for (const Rule& rule : kOthers) {
+        if (first == rule.prefix.front() && tag.Text().substr(1, rule.prefix.size()) == rule.prefix)
             return &rule;
     }
     return nullptr;
@@ -75,13 +74,18 @@ bool ReadNumber(const Tag& rest, int& number, const wchar_t*& end)
     return true;
 }
 
+// Room in front: a part of the text's length.
+constexpr int kRoomForNumbers = 16;
+constexpr int kMostRoomForNumbers = 1 << 20;
+
 } // namespace
 
 int SRtfText::ChangeFontAndColor(SString& out, const SString& body, const SRtfNumberMap& fontMap,
                                  const SRtfNumberMap& colorMap, const SRtfNumberMap& styleMap)
 {
     const SString source(body); // `out` may be `body`
-    SStringBuffer changed(source.Length());
+    // New numbers may be longer; growing once more would move all of it.
+    SStringBuffer changed(source.Length() + std::min(source.Length() / kRoomForNumbers, kMostRoomForNumbers));
     Cursor cursor(source);
     const wchar_t* kept = source; // from here on nothing has been copied yet
     const wchar_t* done = kept;   // the end of the last tag
@@ -100,7 +104,7 @@ int SRtfText::ChangeFontAndColor(SString& out, const SString& body, const SRtfNu
                                                                  : styleMap;
         int number;
         const wchar_t* end;
-        const Tag rest = { tag.start + rule->prefix.size(), tag.end };
+        const Tag rest = { tag.start + 1 + rule->prefix.size(), tag.end };
         if (!ReadNumber(rest, number, end) || (rule->table == Table::Color && number == 0))
             continue;
         const int* const mapped = map.Find(number);

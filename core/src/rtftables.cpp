@@ -75,7 +75,7 @@ void AddGroups(Table& table, const SString& text, int (Entry::*parse)(const SStr
     cursor.Next(); // the brace
     cursor.Next(); // the keyword
     for (;;) {
-        const Tag group = cursor.Next(Cursor::kWholeGroup);
+        const Tag group = cursor.Next(RtfTags::kWholeGroup);
         if (group.First() != L'{')
             return;
         Entry entry;
@@ -120,7 +120,7 @@ int SRtfFontEntry::SetFontEntry(const SString& text)
             return 0;
         if (tag.First() == L'{') {
             cursor.MoveTo(tag.start);
-            AppendTag(m_strControls, cursor.Next(Cursor::kWholeGroup));
+            AppendTag(m_strControls, cursor.Next(RtfTags::kWholeGroup));
             continue;
         }
         if (tag.IsControl()) {
@@ -132,7 +132,7 @@ int SRtfFontEntry::SetFontEntry(const SString& text)
         if (tag.end[-1] == L';') {
             --tag.end;
         } else if (!cursor.AtEnd() && *cursor.At() == L'{') {
-            m_strAltGroup = cursor.Next(Cursor::kWholeGroup).ToString();
+            m_strAltGroup = cursor.Next(RtfTags::kWholeGroup).ToString();
         }
         m_strName = tag.ToString();
         return 1;

@@ -2,6 +2,8 @@
 #ifndef RTFTAGS_H
 #define RTFTAGS_H
 
+#include "rtfscan.h"
+
 #include "strclss.h"
 
 #include <cstddef>
@@ -18,12 +20,6 @@ inline bool IsDigit(wchar_t c)
     return c >= L'0' && c <= L'9';
 }
 
-/// The first brace, backslash or NUL from `at` on; there must be one.
-const wchar_t* FindSpecial(const wchar_t* at);
-/// The first brace or backslash from `at` on; `end` when there is none before it. There must be one of them or a NUL, soon
-/// behind `end` where it is to cost little.
-const wchar_t* FindSpecialBefore(const wchar_t* at, const wchar_t* end);
-
 struct Tag {
     const wchar_t* start;
     const wchar_t* end;
@@ -39,40 +35,127 @@ struct Tag {
     SString ToString() const { return SString(start, end); }
 };
 
+/// A text that ends at its first NUL.
+struct ToNul {
+    bool IsEnd(const wchar_t* at) const { return *at == L'\0'; }
+    wchar_t UnitAt(const wchar_t* at) const { return *at; }
+    template <class Ends>
+    const wchar_t* FindFirst(const wchar_t* at) const
+    {
+        return Find<Ends>(at);
+    }
+};
+
+/// A text of known length, NULs and all. It is followed by a NUL or, where it is a part of a text, by more of that.
+struct ToPosition {
+    bool IsEnd(const wchar_t* at) const { return at >= end; }
+    wchar_t UnitAt(const wchar_t* at) const { return at < end ? *at : L'\0'; }
+    template <class Ends>
+    const wchar_t* FindFirst(const wchar_t* at) const
+    {
+        return FindBefore<Ends>(at, end);
+    }
+
+    const wchar_t* end;
+};
+
+enum Group { kBrace, kWholeGroup };
+
+/// The tag at `at`, behind white space; an empty one at the text's end.
+template <class Text>
+inline Tag TagAt(const wchar_t* at, Text text, Group group);
+
 /// Hands out a text's tags.
 class Cursor {
 public:
-    /// Of a string, NULs and all.
-    explicit Cursor(const SString& text) : m_at(text), m_end(m_at + text.Length()) {}
-    explicit Cursor(const Tag& text) : m_at(text.start), m_end(text.end) {}
-    /// Of a text that ends at its first NUL.
-    explicit Cursor(const wchar_t* text) : m_at(text), m_end(nullptr) {}
+    explicit Cursor(const SString& text) : m_at(text), m_text{ m_at + text.Length() } {}
+    explicit Cursor(const Tag& text) : m_at(text.start), m_text{ text.end } {}
 
-    enum Group { kBrace, kWholeGroup };
-    /// The next tag; an empty one at the end.
-    Tag Next(Group group = kBrace);
-    void SkipSpace();
+    Tag Next(Group group = kBrace)
+    {
+        const Tag tag = TagAt(m_at, m_text, group);
+        m_at = tag.end;
+        return tag;
+    }
+    void SkipSpace()
+    {
+        while (IsSpace(m_text.UnitAt(m_at)))
+            ++m_at;
+    }
 
     const wchar_t* At() const { return m_at; }
     void MoveTo(const wchar_t* at) { m_at = at; }
-    bool AtEnd() const { return IsEnd(m_at); }
+    bool AtEnd() const { return m_text.IsEnd(m_at); }
 
 private:
-    // A text of known length is followed by a NUL or, where it is a part of one, by more text: both ends are looked at.
-    bool IsEnd(const wchar_t* at) const { return m_end ? at >= m_end : *at == L'\0'; }
-    const wchar_t* Special(const wchar_t* at) const;
-    const wchar_t* EndOfGroup(const wchar_t* at) const;
-    const wchar_t* EndOfControl(const wchar_t* at) const;
-    const wchar_t* EndOfText(const wchar_t* at) const;
-    bool IsEscape(const wchar_t* backslash) const;
-    wchar_t UnitAt(const wchar_t* at) const { return IsEnd(at) ? L'\0' : *at; }
-
     const wchar_t* m_at;
-    const wchar_t* m_end;
+    ToPosition m_text;
 };
 
 /// The number at the start of a text, as SString::ToLONG reads it.
 int NumberOf(std::wstring_view text);
+
+// ---- Inline parts ----
+
+/// Whether the backslash begins "\'e9" or "\u233", which are text.
+template <class Text>
+inline bool IsEscape(const wchar_t* backslash, Text text)
+{
+    const wchar_t second = text.UnitAt(backslash + 1);
+    return second == L'\'' || (second == L'u' && IsDigit(text.UnitAt(backslash + 2)));
+}
+
+template <class Text>
+inline const wchar_t* EndOfGroup(const wchar_t* at, Text text)
+{
+    int depth = 1;
+    for (++at;; ++at) {
+        at = text.template FindFirst<TextEnds>(at);
+        if (text.IsEnd(at))
+            return at;
+        if (*at == L'{')
+            ++depth;
+        else if (*at == L'}' && --depth == 0)
+            return at + 1;
+    }
+}
+
+template <class Text>
+inline const wchar_t* EndOfText(const wchar_t* at, Text text)
+{
+    for (;; ++at) {
+        at = text.template FindFirst<TextEnds>(at);
+        if (text.UnitAt(at) != L'\\' || !IsEscape(at, text))
+            return at;
+    }
+}
+
+template <class Text>
+inline const wchar_t* EndOfControl(const wchar_t* at, Text text)
+{
+    at = text.template FindFirst<ControlEnds>(at);
+    const wchar_t c = text.UnitAt(at);
+    return c == L' ' || c == L'\t' ? at + 1 : at;
+}
+
+template <class Text>
+inline Tag TagAt(const wchar_t* at, Text text, Group group)
+{
+    wchar_t c = text.UnitAt(at);
+    for (; IsSpace(c); c = text.UnitAt(at))
+        ++at;
+    if (c == L'\\') {
+        const wchar_t second = text.UnitAt(at + 1);
+        if (second == L'\\')
+            return { at, at + 2 };
+        return { at, IsEscape(at, text) ? EndOfText(at + 1, text) : EndOfControl(at + 1, text) };
+    }
+    if (c == L'}' || (c == L'{' && group == kBrace))
+        return { at, at + 1 };
+    if (c == L'{')
+        return { at, EndOfGroup(at, text) };
+    return { at, text.IsEnd(at) ? at : EndOfText(at, text) };
+}
 
 } // namespace RtfTags
 

@@ -66,7 +66,8 @@ int ExtractTable(SString& table, SString& rtf, int remove, std::wstring_view ope
     Cursor cursor(rest);
     if (BeginsWith(rest, kRtf))
         cursor.Next();
-    for (Tag tag = cursor.Next(Cursor::kWholeGroup); !tag.IsEmpty(); tag = cursor.Next(Cursor::kWholeGroup)) {
+    for (Tag tag = cursor.Next(RtfTags::kWholeGroup); !tag.IsEmpty();
+         tag = cursor.Next(RtfTags::kWholeGroup)) {
         if (!tag.BeginsWith(opening))
             continue;
         found = tag.TrimRight().ToString();
@@ -92,7 +93,8 @@ int SRtfText::GetNextTag(const wchar_t** tagStart, long* tagLength, const wchar_
         return 0;
     *tagStart = nullptr;
     *tagLength = 0;
-    const Tag tag = Cursor(text).Next(wholeGroup ? Cursor::kWholeGroup : Cursor::kBrace);
+    const Tag tag =
+        RtfTags::TagAt(text, RtfTags::ToNul(), wholeGroup ? RtfTags::kWholeGroup : RtfTags::kBrace);
     *tagStart = tag.start;
     *tagLength = tag.Length();
     return tag.IsEmpty() ? 0 : 1;

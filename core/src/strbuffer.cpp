@@ -1,6 +1,9 @@
 // strbuffer.cpp: a builder is a string whose buffer grows ahead of its text.
 #include "strbuffer.h"
 
+#include "copytext.h"
+#include "numbertext.h"
+
 #include <cwchar>
 
 // A private buffer with room for `n` more.
@@ -21,10 +24,34 @@ SStringBuffer& SStringBuffer::Append(const wchar_t* text, int n)
         return *this;
     const SString old = text >= m_text.begin() && text <= m_text.end() ? m_text : SString();
     SStringData* data = MakeRoom(n);
-    std::wmemmove(data->Text() + data->length, text, static_cast<size_t>(n));
+    TextKern::CopyText(data->Text() + data->length, text, static_cast<size_t>(n));
     data->length += n;
     data->Text()[data->length] = L'\0';
     return *this;
+}
+
+template <class Whole>
+SStringBuffer& SStringBuffer::AppendWhole(Whole number)
+{
+    const NumberText text(number);
+    return Append(text.first, text.Length());
+}
+
+SStringBuffer& SStringBuffer::operator<<(long number)
+{
+    return AppendWhole(number);
+}
+SStringBuffer& SStringBuffer::operator<<(unsigned long number)
+{
+    return AppendWhole(number);
+}
+SStringBuffer& SStringBuffer::operator<<(long long number)
+{
+    return AppendWhole(number);
+}
+SStringBuffer& SStringBuffer::operator<<(unsigned long long number)
+{
+    return AppendWhole(number);
 }
 
 SStringBuffer& SStringBuffer::Append(const wchar_t* text)

@@ -10,6 +10,7 @@
 // the buffer that it replaces.
 #include "strclss.h"
 
+#include "copytext.h"
 #include "damage.h"
 #include "salloc.h"
 #include "sexcept.h"
@@ -19,8 +20,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-
-#include <emmintrin.h>
 
 #if S_TARGET_32BIT
 static_assert(sizeof(SString) == 4, "a string is one pointer");
@@ -153,30 +152,6 @@ SStringData* NewBuffer(int n)
     return StartBuffer(block, n, capacity);
 }
 
-// Copies characters that do not overlap. Most texts are short, and for those a call of the run-time's function costs more than
-// the copying: two blocks that may overlap each other do instead.
-inline void CopyText(wchar_t* to, const wchar_t* from, int n)
-{
-    const auto twice = [=](auto block) {
-        decltype(block) first, last;
-        const int back = n - static_cast<int>(sizeof block / sizeof(wchar_t));
-        std::memcpy(&first, from, sizeof first);
-        std::memcpy(&last, from + back, sizeof last);
-        std::memcpy(to, &first, sizeof first);
-        std::memcpy(to + back, &last, sizeof last);
-    };
-    if (n > 16)
-        std::wmemcpy(to, from, static_cast<size_t>(n));
-    else if (n >= 8)
-        twice(__m128i());
-    else if (n >= 4)
-        twice(0.0);
-    else if (n >= 2)
-        twice(0u);
-    else if (n == 1)
-        *to = *from;
-}
-
 // A sum of lengths, or an out-of-memory exception when no text can be that long.
 int SumOfLengths(int a, int b)
 {
@@ -238,7 +213,7 @@ void SString::FreeUnused() noexcept
 void SString::Init(const wchar_t* text, int n)
 {
     AllocBuffer(n);
-    CopyText(m_text, text, n);
+    TextKern::CopyText(m_text, text, static_cast<size_t>(n));
 }
 
 void SString::Init(const char* text)
@@ -417,7 +392,7 @@ void SString::AllocCopy(SString& copy, int n, int start, int extra) const
     SString fresh;
     fresh.AllocBuffer(SumOfLengths(n, extra));
     if (n > 0)
-        CopyText(fresh.m_text, m_text + start, n);
+        TextKern::CopyText(fresh.m_text, m_text + start, static_cast<size_t>(n));
     if (!fresh.IsEmpty()) {
         fresh.m_text[n] = L'\0';
         fresh.GetData()->length = n;
@@ -430,9 +405,9 @@ void SString::ConcatCopy(int n1, const wchar_t* text1, int n2, const wchar_t* te
     SString fresh;
     fresh.AllocBuffer(SumOfLengths(n1, n2));
     if (n1 > 0)
-        CopyText(fresh.m_text, text1, n1);
+        TextKern::CopyText(fresh.m_text, text1, static_cast<size_t>(n1));
     if (n2 > 0)
-        CopyText(fresh.m_text + n1, text2, n2);
+        TextKern::CopyText(fresh.m_text + n1, text2, static_cast<size_t>(n2));
     swap(fresh);
 }
 
@@ -444,7 +419,11 @@ void SString::ConcatInPlace(int n, const wchar_t* text)
     const int old = data->length;
     const int sum = SumOfLengths(old, n);
     if (data->IsOwn() && sum <= data->capacity) {
-        std::wmemmove(m_text + old, text, static_cast<size_t>(n));
+        // Its own text may be added, up to where the new begins.
+        if (text + n <= m_text + old || text >= m_text + sum)
+            TextKern::CopyText(m_text + old, text, static_cast<size_t>(n));
+        else
+            std::wmemmove(m_text + old, text, static_cast<size_t>(n));
     } else if (data->IsOwn() && data->capacity > kLargestCapacity) {
         // A private heap block mostly grows where it stands; copying it would cost more than the text that is added.
         const ptrdiff_t inside = text - m_text;

@@ -3,12 +3,15 @@
 // Every edit either happens in place, when the buffer is the string's own and holds the result, or builds the result once
 // in a new buffer and swaps it in; Splice is the one place that decides.
 #include "strclss.h"
+#include "copytext.h"
 #include "textkern.h"
 
 #include "baseobj.h"
 
 #include <algorithm>
 #include <cwchar>
+
+using TextKern::CopyText;
 
 namespace {
 
@@ -125,8 +128,8 @@ SString SString::ConcatPieces(const Piece* pieces, int count)
     whole.AllocBuffer(static_cast<int>(sum));
     wchar_t* at = whole.m_text;
     for (int i = 0; i < count; ++i) {
-        if (pieces[i].length > 0)
-            at = std::wmemcpy(at, pieces[i].text, pieces[i].length) + pieces[i].length;
+        CopyText(at, pieces[i].text, pieces[i].length);
+        at += pieces[i].length;
     }
     return whole;
 }
@@ -233,8 +236,7 @@ void SString::Splice(int position, int removed, const wchar_t* text, int n)
     SStringData* data = GetData();
     if (data->IsOwn() && result > 0 && result <= data->capacity && !isInside) {
         std::wmemmove(m_text + position + n, m_text + position + removed, Size(behind));
-        if (n > 0)
-            std::wmemcpy(m_text + position, text, Size(n));
+        CopyText(m_text + position, text, Size(n));
         m_text[result] = L'\0';
         data->length = result;
         return;
@@ -242,10 +244,9 @@ void SString::Splice(int position, int removed, const wchar_t* text, int n)
     SString fresh;
     fresh.AllocBuffer(result);
     if (result > 0) {
-        std::wmemcpy(fresh.m_text, m_text, Size(position));
-        if (n > 0)
-            std::wmemcpy(fresh.m_text + position, text, Size(n));
-        std::wmemcpy(fresh.m_text + position + n, m_text + position + removed, Size(behind));
+        CopyText(fresh.m_text, m_text, Size(position));
+        CopyText(fresh.m_text + position, text, Size(n));
+        CopyText(fresh.m_text + position + n, m_text + position + removed, Size(behind));
     }
     swap(fresh);
 }
@@ -399,9 +400,15 @@ int SString::ReplaceEvery(FindInText find, const wchar_t* from, const wchar_t* t
     if (removed == 0)
         return 0;
     const wchar_t* const last = end();
+    // Where the first ones stand is remembered; the others are looked for again.
+    constexpr int kRemembered = 256;
+    const wchar_t* where[kRemembered];
     int count = 0;
-    for (const wchar_t* at = m_text; (at = find(at, last - at, from, removed)) != nullptr; at += removed)
+    for (const wchar_t* at = m_text; (at = find(at, last - at, from, removed)) != nullptr; at += removed) {
+        if (count < kRemembered)
+            where[count] = at;
         ++count;
+    }
     if (count == 0)
         return 0;
     // Counted first, so that the result is built once in a buffer of its size.
@@ -414,13 +421,15 @@ int SString::ReplaceEvery(FindInText find, const wchar_t* from, const wchar_t* t
         wchar_t* out = fresh.m_text;
         const wchar_t* copied = m_text;
         for (int i = 0; i < count; ++i) {
-            const wchar_t* found = find(copied, last - copied, from, removed);
-            out = std::wmemcpy(out, copied, found - copied) + (found - copied);
-            if (added > 0)
-                out = std::wmemcpy(out, to, added) + added;
+            const wchar_t* const found =
+                i < kRemembered ? where[i] : find(copied, last - copied, from, removed);
+            CopyText(out, copied, Size(static_cast<int>(found - copied)));
+            out += found - copied;
+            CopyText(out, to, added);
+            out += added;
             copied = found + removed;
         }
-        std::wmemcpy(out, copied, last - copied);
+        CopyText(out, copied, Size(static_cast<int>(last - copied)));
     }
     swap(fresh);
     return count;

@@ -44,6 +44,17 @@ inline Block LoadAligned(const wchar_t* text)
 {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(text));
 }
+/// A block that may reach beyond the text's end, which costs nothing as long as it stays on the page of its first unit.
+/// Not for tools that know where the text's memory ends.
+constexpr size_t kPageBytes = 4096;
+inline bool IsBlockInOnePage(const wchar_t* text)
+{
+    return Address(text) % kPageBytes <= kPageBytes - kBlockBytes;
+}
+__attribute__((no_sanitize("address"))) inline Block LoadInOnePage(const wchar_t* text)
+{
+    return *reinterpret_cast<const __m128i_u*>(text);
+}
 inline void Store(wchar_t* text, Block block)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i_u*>(text), block);
