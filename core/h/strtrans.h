@@ -117,6 +117,7 @@ private:
     int m_stringMode = 0;
     SString m_start;
     SString m_end;
+    SString m_name; // for the next variable's name
     const SSymbolTable* m_symbols = nullptr;
 };
 

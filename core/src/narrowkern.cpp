@@ -13,6 +13,7 @@
 namespace {
 
 constexpr size_t kBlock = 16;
+constexpr size_t kHalf = kBlock / 2;
 
 __m128i Load(const void* from)
 {
@@ -34,6 +35,30 @@ unsigned Others(__m128i low, __m128i high)
     const __m128i plain = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low, bits), none),
                                           _mm_cmpeq_epi16(_mm_and_si128(high, bits), none));
     return ~static_cast<unsigned>(_mm_movemask_epi8(plain)) & 0xFFFF;
+}
+// Eight bytes of a text, and where they go. Not by _mm_loadl_epi64: without optimisation that goes through the MMX registers.
+__m128i LoadHalf(const char* from)
+{
+    double bits;
+    std::memcpy(&bits, from, sizeof bits);
+    return _mm_castpd_si128(_mm_set_sd(bits));
+}
+void StoreHalf(char* to, __m128i value)
+{
+    const double bits = _mm_cvtsd_f64(_mm_castsi128_pd(value));
+    std::memcpy(to, &bits, sizeof bits);
+}
+__m128i UpperHalf(__m128i value)
+{
+    return _mm_unpackhi_epi64(value, value);
+}
+__m128i LowUnits(__m128i bytes)
+{
+    return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
+}
+__m128i HighUnits(__m128i bytes)
+{
+    return _mm_unpackhi_epi8(bytes, _mm_setzero_si128());
 }
 size_t First(unsigned others)
 {
@@ -126,10 +151,22 @@ size_t CopyAscii(const char* from, size_t count, wchar_t* to)
         const unsigned others = Others(bytes);
         if (others && count - i < 3 * kBlock)
             break;
-        Store(to + i, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-        Store(to + i + kBlock / 2, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+        Store(to + i, LowUnits(bytes));
+        Store(to + i + kHalf, HighUnits(bytes));
         if (others)
             return i + First(others);
+    }
+    // What is left, in blocks that overlap what is done.
+    const size_t last = count >= kBlock ? count - kBlock : 0;
+    if (last <= i && i < count && count >= kHalf) {
+        const __m128i bytes = count >= kBlock
+                                  ? Load(from + last)
+                                  : _mm_unpacklo_epi64(LoadHalf(from), LoadHalf(from + count - kHalf));
+        if (!Others(bytes)) {
+            Store(to + last, LowUnits(bytes));
+            Store(to + count - kHalf, HighUnits(bytes));
+            return count;
+        }
     }
     for (; i < count && static_cast<unsigned char>(from[i]) < 0x80; ++i)
         to[i] = static_cast<wchar_t>(from[i]);
@@ -140,11 +177,22 @@ size_t CopyAscii(const wchar_t* from, size_t count, char* to)
 {
     size_t i = 0;
     for (; i + kBlock <= count; i += kBlock) {
-        const __m128i low = Load(from + i), high = Load(from + i + kBlock / 2);
+        const __m128i low = Load(from + i), high = Load(from + i + kHalf);
         // Here what follows always makes enough.
         Store(to + i, _mm_packus_epi16(low, high));
         if (const unsigned others = Others(low, high))
             return i + First(others);
+    }
+    // What is left, in blocks that overlap what is done.
+    if (i < count && count >= kHalf) {
+        const size_t last = count >= kBlock ? count - kBlock : 0;
+        const __m128i low = Load(from + last), high = Load(from + count - kHalf);
+        if (!Others(low, high)) {
+            const __m128i bytes = _mm_packus_epi16(low, high);
+            StoreHalf(to + last, bytes);
+            StoreHalf(to + count - kHalf, UpperHalf(bytes));
+            return count;
+        }
     }
     for (; i < count && from[i] < 0x80; ++i)
         to[i] = static_cast<char>(from[i]);

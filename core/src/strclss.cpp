@@ -377,7 +377,11 @@ void SString::AssignCopy(int n, const wchar_t* text)
         return;
     }
     if (data->IsOwn() && data->capacity >= n) {
-        std::wmemmove(m_text, text, static_cast<size_t>(n));
+        // A part of the text itself may become all of it.
+        if (text >= m_text + n || text + n <= m_text)
+            TextKern::CopyText(m_text, text, static_cast<size_t>(n));
+        else
+            std::wmemmove(m_text, text, static_cast<size_t>(n));
         m_text[n] = L'\0';
         data->length = n;
         return;

@@ -186,7 +186,13 @@ SString SStringTable::Format(const SString& prefix, const SString& separator, co
 {
     if (IsEmpty())
         return SString();
-    SStringBuffer out;
+    // As long as it will be, or as long as a text can be: then appending refuses it.
+    unsigned long long length = prefix.Length() +
+                                static_cast<unsigned long long>(separator.Length()) * (Count() - 1) +
+                                suffix.Length();
+    for (const SString& item : *this)
+        length += static_cast<unsigned>(item.Length());
+    SStringBuffer out(static_cast<int>(std::min<unsigned long long>(length, SString::kMaxLength)));
     out << prefix << (*this)[0];
     for (int i = 1; i < Count(); ++i)
         out << separator << (*this)[i];

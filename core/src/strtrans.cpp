@@ -1,7 +1,9 @@
 // strtrans.cpp: variables in a text replaced by their values.
 #include "strtrans.h"
 
+#include "copytext.h"
 #include "sexcept.h"
+#include "textkern.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -83,6 +85,22 @@ void DoubleQuotes(SString& value, unsigned long flags)
     value.ReplaceAll(L"'", L"''");
 }
 
+// Keeps a buffer that nobody else has.
+void Assign(SString& text, const wchar_t* from, int length)
+{
+    if (length == 0) {
+        text.Empty();
+        return;
+    }
+    TextKern::CopyText(text.LockTchar(length), from, static_cast<size_t>(length));
+    text.UnlockTchar(length);
+}
+
+bool IsPlain(const OPTIONS& options)
+{
+    return options.flags == 0 && options.width == 0 && options.precision == 0;
+}
+
 SString TakePart(const SString& value, const OPTIONS& options)
 {
     const int precision = static_cast<int>(options.precision);
@@ -135,19 +153,22 @@ const wchar_t* SStringTranslator::FindVariableStart(const wchar_t* text) const
 {
     if (m_stringMode)
         return m_start.IsEmpty() ? nullptr : std::wcsstr(text, m_start);
-    return m_delimiter == L'\0' ? nullptr : std::wcschr(text, m_delimiter);
+    if (m_delimiter == L'\0')
+        return nullptr;
+    const wchar_t* const start = TextKern::FindCharOrEnd(text, m_delimiter);
+    return *start == L'\0' ? nullptr : start;
 }
 
 const wchar_t* SStringTranslator::FindVariableEnd(const wchar_t* text) const
 {
     // Only as far as the line goes, and no farther than to the end that is looked for: neither many unfinished references nor
     // many in one line may make each look at the rest.
-    const size_t length = m_stringMode ? static_cast<size_t>(m_end.Length()) : 1;
-    const wchar_t* const wanted = m_stringMode ? m_end.PszStr() : &m_delimiter;
-    if (*wanted == L'\0')
+    const wchar_t first = m_stringMode ? *m_end.PszStr() : m_delimiter;
+    if (first == L'\0')
         return nullptr;
     for (;; ++text) {
-        if (*text == *wanted && std::wcsncmp(text, wanted, length) == 0)
+        if (*text == first &&
+            (!m_stringMode || std::wcsncmp(text, m_end, static_cast<size_t>(m_end.Length())) == 0))
             return text;
         if (*text == L'\0' || *text == L'\n')
             return nullptr;
@@ -188,15 +209,22 @@ int SStringTranslator::ReplaceVariable(const wchar_t* start, const wchar_t* end,
                                        long id)
 {
     OPTIONS options;
-    const wchar_t* const name = GetOptions(&options, start, end);
+    const wchar_t* const nameStart = GetOptions(&options, start, end);
+    // The last variable's buffer once more. Taken out meanwhile: a look-up may translate, too.
+    SString name;
+    name.swap(m_name);
+    Assign(name, nameStart, static_cast<int>(end - nameStart));
     SString value;
     int missing = 0;
-    const int found = LookupVariable(SString(name, end), options, id, &value, &missing);
+    const int found = LookupVariable(name, options, id, &value, &missing);
+    m_name.swap(name);
     if (found == kAbandon)
         return status = kAbandon;
     if (!found)
         return status = missing ? kOmitted : kMissing;
-    AppendText(out, FormatOptions(value, options));
+    if (!IsPlain(options))
+        value = FormatOptions(std::move(value), options);
+    AppendText(out, value);
     return status = kReplaced;
 }
 
@@ -252,7 +280,7 @@ int SStringTranslator::LookupVariable(const SString& name, OPTIONS& options, lon
 
 SString SStringTranslator::FormatOptions(SString value, OPTIONS& options) const
 {
-    if (options.flags == 0 && options.width == 0 && options.precision == 0)
+    if (IsPlain(options))
         return value;
     if (options.flags & OPTIONS::kTrim)
         value.Trim(L' ');
