@@ -87,6 +87,8 @@ public:
 protected:
     /// Takes entries from the running search until one is accepted; 0 at its end.
     int AcceptFrom(int found);
+    /// Begins a search; 0 when nothing fits. The filter has not been asked.
+    int Open(const SString& pattern);
     int Start(const SString& pattern);
     int Advance();
 
@@ -125,14 +127,22 @@ protected:
     int FindInNextFolder();
 
 private:
+    int StartIn(const SString& folder, const SString& pattern, bool isFolder);
+    int Take(bool found);
     bool TakeNextFolder(SString& folder);
     void ListFolders(const SString& folder);
+    void AddIfFolder(const SString& folder, const WIN32_FIND_DATAW& entry);
+    void PutFirstOnTop(int first);
+    void CountSkipped();
     bool IsNewFolder(const SString& folder);
 
     SString m_mask;
     STable<SString> m_pending; // folders still to be searched, the next one last
     SString m_listed;          // whose folders are still to be listed
+    int m_firstOfFolder = 0;   // where the folders of the one that is searched begin in m_pending
     bool m_begun = false;
+    bool m_gathers = false; // folders, from what the search shows
+    bool m_taking = false;  // the present entry has not been dealt with
     unsigned long m_flags = kNone;
     int m_skipped = 0;
     SMap<SString, int> m_seen; // folders by volume and number, while links are followed

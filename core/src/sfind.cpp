@@ -111,12 +111,17 @@ int SBaseFind::AcceptFrom(int found)
     return found != 0;
 }
 
-int SBaseFind::Start(const SString& pattern)
+int SBaseFind::Open(const SString& pattern)
 {
     SBaseFind::Close();
     const HANDLE find = ::FindFirstFileW(SystemPath(pattern), &m_found);
     m_find = find == INVALID_HANDLE_VALUE ? nullptr : find;
-    return AcceptFrom(m_find != nullptr);
+    return m_find != nullptr;
+}
+
+int SBaseFind::Start(const SString& pattern)
+{
+    return AcceptFrom(Open(pattern));
 }
 
 int SBaseFind::Advance()
@@ -155,16 +160,47 @@ int SFileRecurseFind::FindFile(const wchar_t* pattern, unsigned long flags)
         m_root = at > 0 ? WithSeparator(text.Left(at)) : SString(L".\\");
         m_mask = text.Mid(at);
     }
-    m_listed = m_root;
     m_begun = true;
     if (m_flags & kFollowLinks)
         IsNewFolder(m_root);
-    return Start(text) || FindInNextFolder();
+    // "C:*.*" shows another folder than the one whose folders are searched.
+    return StartIn(m_root, text, text == m_root + m_mask || text == m_mask) || FindInNextFolder();
 }
 
 int SFileRecurseFind::FindNextFileW()
 {
-    return Advance() || FindInNextFolder();
+    return (m_find && Take(m_taking || ::FindNextFileW(m_find, &m_found))) || FindInNextFolder();
+}
+
+// Where the mask lets everything through, one listing shows the folders too.
+int SFileRecurseFind::StartIn(const SString& folder, const SString& pattern, bool isFolder)
+{
+    m_gathers = isFolder && (m_mask == kEverything || m_mask == L"*");
+    m_firstOfFolder = m_pending.Count();
+    m_taking = false;
+    m_listed = m_gathers ? SString() : folder;
+    const bool found = Open(pattern) != 0;
+    if (!found && m_gathers)
+        CountSkipped();
+    return Take(found);
+}
+
+int SFileRecurseFind::Take(bool found)
+{
+    for (; found; found = ::FindNextFileW(m_find, &m_found) != 0) {
+        m_taking = true; // a filter may throw, and memory may run out: then this entry is the next one still
+        const bool accepted = !m_filter || m_filter->Accepts(m_found);
+        if (m_gathers)
+            AddIfFolder(m_root, m_found);
+        m_taking = false;
+        if (accepted)
+            return 1;
+    }
+    if (m_gathers)
+        PutFirstOnTop(m_firstOfFolder);
+    m_gathers = false;
+    SBaseFind::Close();
+    return 0;
 }
 
 void SFileRecurseFind::Close() noexcept
@@ -173,7 +209,7 @@ void SFileRecurseFind::Close() noexcept
     m_pending.Clear();
     m_seen.Clear();
     m_listed.Empty();
-    m_begun = false;
+    m_begun = m_gathers = m_taking = false;
 }
 
 int SFileRecurseFind::FindInNextFolder()
@@ -181,7 +217,7 @@ int SFileRecurseFind::FindInNextFolder()
     SString folder;
     while (m_begun && TakeNextFolder(folder)) {
         m_root = folder;
-        if (Start(folder + m_mask))
+        if (StartIn(folder, folder + m_mask, true))
             return 1;
     }
     m_begun = false;
@@ -201,7 +237,6 @@ bool SFileRecurseFind::TakeNextFolder(SString& folder)
     const int last = m_pending.Count() - 1;
     folder = m_pending[last];
     m_pending.Remove(last);
-    m_listed = folder;
     return true;
 }
 
@@ -210,7 +245,7 @@ void SFileRecurseFind::ListFolders(const SString& folder)
     WIN32_FIND_DATAW entry;
     const HANDLE find = ::FindFirstFileW(SystemPath(folder + kEverything), &entry);
     if (find == INVALID_HANDLE_VALUE) {
-        m_skipped += ::GetLastError() != ERROR_FILE_NOT_FOUND;
+        CountSkipped();
         return;
     }
     struct Closer {
@@ -219,15 +254,32 @@ void SFileRecurseFind::ListFolders(const SString& folder)
     } const closer{ find };
     const int first = m_pending.Count();
     do {
-        const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || AreDots(entry.cFileName) ||
-            (isLink && (m_flags & kFollowLinks) == 0))
-            continue;
-        const SString path = SString::Concat(folder, entry.cFileName, L"\\");
-        if ((m_flags & kFollowLinks) == 0 || IsNewFolder(path))
-            m_pending.Add(path);
+        AddIfFolder(folder, entry);
     } while (::FindNextFileW(find, &entry));
-    // Taken from the end, so the first one must stand there.
+    PutFirstOnTop(first);
+}
+
+void SFileRecurseFind::CountSkipped()
+{
+    m_skipped += ::GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+void SFileRecurseFind::AddIfFolder(const SString& folder, const WIN32_FIND_DATAW& entry)
+{
+    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    const bool followsLinks = (m_flags & kFollowLinks) != 0;
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || AreDots(entry.cFileName) ||
+        (isLink && !followsLinks))
+        return;
+    const SString path = SString::Concat(folder, entry.cFileName, L"\\");
+    m_pending.Add(path);
+    if (followsLinks && !IsNewFolder(path))
+        m_pending.Remove(m_pending.Count() - 1);
+}
+
+// Taken from the end, so the first one must stand there.
+void SFileRecurseFind::PutFirstOnTop(int first)
+{
     for (int low = first, high = m_pending.Count() - 1; low < high; ++low, --high)
         m_pending.Swap(low, high);
 }
