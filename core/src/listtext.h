@@ -29,7 +29,14 @@ public:
     bool Next(SString* first, SString* second, wchar_t divider);
 
 private:
-    bool IsSeparator(wchar_t c) const { return m_separators.Find(c) != nullptr; }
+    // The few separators of a list, mostly one, up to the first NUL.
+    bool IsSeparator(wchar_t c) const
+    {
+        const wchar_t* separator = m_separators;
+        while (*separator != L'\0' && *separator != c)
+            ++separator;
+        return *separator != L'\0';
+    }
 
     const SString m_list;
     const SString m_separators;

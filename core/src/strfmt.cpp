@@ -4,6 +4,8 @@
 // format can write past it: run-times have been seen to overrun their own scratch buffer for a whole number of more than
 // some twenty digits of precision. Only floating point goes to the C run-time, a conversion at a time, into room that its
 // longest text fits.
+#include "copytext.h"
+#include "numbertext.h"
 #include "strbuffer.h"
 
 #include <algorithm>
@@ -52,7 +54,7 @@ public:
     void Put(const wchar_t* text, int n)
     {
         if (S_LIKELY(n <= kShort - m_used)) {
-            std::wmemcpy(m_short + m_used, text, static_cast<size_t>(n));
+            TextKern::CopyText(m_short + m_used, text, static_cast<size_t>(n));
             m_used += n;
         } else {
             Spill().Append(text, n);
@@ -105,22 +107,45 @@ public:
     Formatter(const Formatter&) = delete;
     Formatter& operator=(const Formatter&) = delete;
 
-    void Run()
+    /// False for a format with %n, which would write through an argument: it is refused whole.
+    bool Run()
     {
         while (*m_at) {
             const wchar_t* literal = m_at;
             while (*m_at && *m_at != L'%')
                 ++m_at;
             m_out.Put(literal, static_cast<int>(m_at - literal));
-            if (*m_at)
-                Convert();
+            if (*m_at && !ConvertBare() && !Convert())
+                return false;
         }
+        return true;
     }
 
 private:
     // ---- Reading the format ----
 
-    void Convert()
+    // Most conversions are these two with nothing between: they need no item.
+    bool ConvertBare()
+    {
+        switch (m_at[1]) {
+        case L's': {
+            const wchar_t* const given = va_arg(m_arguments, const wchar_t*);
+            const wchar_t* const text = given ? given : kNull;
+            m_out.Put(text, static_cast<int>(SSafeStrNLen(text, SString::kMaxLength)));
+            break;
+        }
+        case L'd': {
+            const NumberText number(va_arg(m_arguments, int));
+            m_out.Put(number.first, number.Length());
+            break;
+        }
+        default: return false;
+        }
+        m_at += 2;
+        return true;
+    }
+
+    bool Convert()
     {
         ++m_at;
         Item item;
@@ -138,9 +163,10 @@ private:
         item.size = ReadSize();
         item.type = *m_at;
         if (!item.type)
-            return; // an unfinished conversion at the end says nothing
+            return true; // an unfinished conversion at the end says nothing
         ++m_at;
         Write(item);
+        return item.type != L'n';
     }
 
     bool ReadFlag(Item& item) const
@@ -395,31 +421,15 @@ private:
     va_list m_arguments;
 };
 
-// %n would write through an argument: a format with it is refused whole.
-bool StoresCount(const wchar_t* at)
-{
-    if (!std::wcschr(at, L'n'))
-        return false;
-    while ((at = std::wcschr(at, L'%')) != nullptr) {
-        at += 1 + std::wcsspn(at + 1, L"-+ #0123456789*.lhwILztj");
-        if (*at == L'n')
-            return true;
-        if (*at)
-            ++at;
-    }
-    return false;
-}
-
 } // namespace
 
 SString& SString::FormatV(const wchar_t* format, va_list arguments)
 {
-    if (!format || StoresCount(format)) {
+    Sink out;
+    if (!format || !Formatter(out, format, arguments).Run()) {
         Empty();
         return *this;
     }
-    Sink out;
-    Formatter(out, format, arguments).Run();
     SString text = out.Take(); // only now: the arguments may point into this string
     swap(text);
     return *this;
