@@ -41,8 +41,9 @@ const SMsgMapEntry* FindEntry(const SMsgMap* map, UINT message, UINT code, UINT 
 {
     for (; map; map = map->getBase ? map->getBase() : nullptr) {
         for (const SMsgMapEntry* entry = map->entries; entry->form != 0; ++entry) {
-            if (entry->message == message && entry->code == code && id >= entry->firstId &&
-                id <= entry->lastId)
+            // The id first: of most entries of a map it alone is different.
+            if (id <= entry->lastId && id >= entry->firstId && entry->message == message &&
+                entry->code == code)
                 return entry;
         }
     }

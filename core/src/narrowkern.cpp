@@ -3,6 +3,7 @@
 // Sixteen units at a time while they are ASCII; what is not goes a character at a time, back to blocks at the next ASCII one.
 #include "narrowkern.h"
 
+#include "scriptrun.h"
 #include "utf8.h"
 
 #include <emmintrin.h>
@@ -68,6 +69,8 @@ size_t First(unsigned others)
 // How many characters a loop over other scripts stays with after it has met ASCII: these come in runs, with single blanks and
 // points in between.
 constexpr size_t kPlainInRun = 2;
+// How many it takes where the faster loops are there to go on.
+constexpr size_t kMostBetween = 4;
 
 // The loops below take the characters that are one unit of UTF-16, as long as there is plenty of text and room, and stop at
 // everything else, which the caller deals with.
@@ -75,7 +78,8 @@ constexpr size_t kPlainInRun = 2;
 void RunTo8(const wchar_t* from, size_t count, size_t& at, char* to, size_t room, size_t& made)
 {
     size_t i = at, n = made;
-    for (size_t plain = 0; i < count && n + 4 <= room && plain < kPlainInRun; ++i) {
+    const size_t end = ScriptRun::IsFast() ? std::min(count, at + kMostBetween) : count;
+    for (size_t plain = 0; i < end && n + 4 <= room && plain < kPlainInRun; ++i) {
         const unsigned c = from[i];
         if (c < 0x80) {
             to[n++] = static_cast<char>(c);
@@ -102,7 +106,8 @@ void RunTo8(const wchar_t* from, size_t count, size_t& at, char* to, size_t room
 void RunTo16(const unsigned char* from, size_t count, size_t& at, wchar_t* to, size_t room, size_t& made)
 {
     size_t i = at, n = made;
-    for (size_t plain = 0; i + 4 <= count && n < room && plain < kPlainInRun;) {
+    const size_t last = ScriptRun::IsFast() ? made + kMostBetween : room;
+    for (size_t plain = 0; i + 4 <= count && n < room && n < last && plain < kPlainInRun;) {
         unsigned four;
         std::memcpy(&four, from + i, sizeof four);
         const unsigned first = four & 0xFF;
@@ -227,14 +232,17 @@ size_t Utf16To8(const wchar_t* from, size_t count, char* to, size_t room)
 {
     size_t at = 0, made = 0;
     for (;;) {
-        const size_t left = count - at;
+        const size_t left = count - at, before = at;
         const size_t ascii =
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
-        if (to)
+        if (to) {
+            ScriptRun::To8(from, count, at, to, room, made);
             RunTo8(from, count, at, to, room, made);
-        for (size_t plain = 0; at < count && plain < kPlainInRun;) {
+        }
+        // What none of them takes. There is no more than one such character at a time, unless they do not run.
+        for (size_t plain = 0; at < count && plain < kPlainInRun && (!to || at == before);) {
             unsigned c = from[at];
             size_t units = 1;
             if (IsHighHalf(from[at]) && at + 1 < count && IsLowHalf(from[at + 1])) {
@@ -263,14 +271,16 @@ size_t Utf8To16(const char* from, size_t count, wchar_t* to, size_t room)
     const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(from);
     size_t at = 0, made = 0;
     for (;;) {
-        const size_t left = count - at;
+        const size_t left = count - at, before = at;
         const size_t ascii =
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
-        if (to)
+        if (to) {
+            ScriptRun::To16(bytes, count, at, to, room, made);
             RunTo16(bytes, count, at, to, room, made);
-        for (size_t plain = 0; at < count && plain < kPlainInRun;) {
+        }
+        for (size_t plain = 0; at < count && plain < kPlainInRun && (!to || at == before);) {
             int length = 0;
             const unsigned c =
                 GetUtf8(bytes + at, static_cast<int>(std::min<size_t>(count - at, kMostUtf8)), &length);
