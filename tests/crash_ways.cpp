@@ -253,7 +253,7 @@ TEST(FaultWays, AreFoundByManyThreadsWhileTheHookComesAndGoes)
 {
     const TempLog log;
     std::atomic<bool> stop{ false };
-    std::atomic<int> caught{ 0 };
+    std::atomic<int> caught{ 0 }, late{ 0 };
     std::thread toggler([&] {
         while (!stop) {
             VectoredExceptionHook::Install();
@@ -265,12 +265,14 @@ TEST(FaultWays, AreFoundByManyThreadsWhileTheHookComesAndGoes)
     for (int t = 0; t < 6; ++t)
         threads.emplace_back([&] {
             for (int i = 0; i < 30; ++i) {
+                const DWORD begun = GetTickCount();
                 try {
                     SRunGuarded(kWays[i % 3]);
                 }
                 catch (const SException&) {
                     ++caught;
                 }
+                late += GetTickCount() - begun > 1900;
             }
         });
     for (std::thread& thread : threads)
@@ -278,5 +280,7 @@ TEST(FaultWays, AreFoundByManyThreadsWhileTheHookComesAndGoes)
     stop = true;
     toggler.join();
     EXPECT_EQ(180, caught);
-    EXPECT_EQ(180, Occurrences(log.WithOlder(), "*** Fault"));
+    // A record waits for others two seconds at most, which can be too little on a machine that has much else to do.
+    EXPECT_LE(180 - late, Occurrences(log.WithOlder(), "*** Fault"));
+    EXPECT_GE(180, Occurrences(log.WithOlder(), "*** Fault"));
 }
