@@ -57,6 +57,17 @@ function(cv_test name)
     endif()
 endfunction()
 
+# cv_c_test(NAME SOURCE...): the same for a program of plain C, which brings its own main and closing line: a client of the
+# flat face has the import library and nothing of ours besides.
+function(cv_c_test name)
+    add_executable(${name}_test ${ARGN})
+    cv_own_code(${name}_test)
+    target_compile_options(${name}_test PRIVATE -g -pedantic)
+    set_target_properties(${name}_test PROPERTIES C_STANDARD 99 C_EXTENSIONS OFF)
+    target_link_libraries(${name}_test PRIVATE CVCore16)
+    cv_run_as_test(${name})
+endfunction()
+
 # cv_test_plugin(NAME SOURCE...): a client DLL that tests load and free at run time.
 function(cv_test_plugin name)
     add_library(${name} MODULE ${ARGN})

@@ -33,8 +33,9 @@
  *            ends the program, as in C.
  * Threads    One handle belongs to one thread at a time, and may wander. Different handles may be used at the same time, copies of
  *            each other too. The last error is the thread's own.
- * Exceptions None leaves these functions. A machine fault is no exception: it ends the program as anywhere, except
- *            below a guard of crash.h that a C++ part of the process put up; then it is CV_E_FAULT.
+ * Exceptions None leaves these functions. A machine fault is no exception: it ends the program as anywhere, except below a guard of
+ *            crash.h that a C++ part of the process put up. There it is CV_E_FAULT, or it leads straight to the guard where the
+ *            fault was in code of the system. Either way the exception log has it.
  * Truth      "Whether" is 1 or 0. Arguments that ask for a yes or no take every other number than 0 for yes.
  * ABI        Functions are __cdecl and exported by their plain names: the only convention of 32-bit Windows whose names no
  *            compiler decorates, so that GetProcAddress, DllImport and ctypes find them as they stand here; and the caller cleans

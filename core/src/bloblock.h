@@ -12,8 +12,12 @@ public:
     {}
     ~BlobBytes()
     {
-        if (m_bytes)
-            m_blob.Unlock();
+        if (!m_bytes)
+            return;
+        const DWORD error =
+            ::GetLastError(); // the last unlocking sets it to 0, also where it said why a file failed
+        m_blob.Unlock();
+        ::SetLastError(error);
     }
     BlobBytes(const BlobBytes&) = delete;
     BlobBytes& operator=(const BlobBytes&) = delete;

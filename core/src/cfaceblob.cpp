@@ -43,6 +43,14 @@ bool Decode(SBlob& bytes, const SString& text, int32_t form)
     return Encoded(bytes, CV_BASE64) == text;
 }
 
+// The decoders answer a wrong text and the want of memory alike; so whether there is memory for as much decides.
+[[noreturn]] void FailToDecode(const SString& text)
+{
+    if (!SBlob().Alloc(static_cast<unsigned long>(text.Length())))
+        throw SEOutOfMemory(S_HERE);
+    FaceRefuse(CV_E_FORMAT, L"the text is not in that form");
+}
+
 void CheckForm(int32_t form)
 {
     FaceInRange(form, CV_BASE64, CV_UU, L"the form");
@@ -133,8 +141,9 @@ cv_result CVCORE_CALL cv_blob_decode(cv_blob* blob, int32_t form, const cv_char*
         SBlob& own = FaceFreeBlob(blob);
         CheckForm(form);
         SBlob fresh;
-        if (!Decode(fresh, FaceGiven(text, length), form))
-            FaceRefuse(CV_E_FORMAT, L"the text is not in that form");
+        const SString given = FaceGiven(text, length);
+        if (!Decode(fresh, given, form))
+            FailToDecode(given);
         own.swap(fresh);
     });
 }
