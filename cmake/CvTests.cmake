@@ -95,4 +95,14 @@ function(cv_headers_alone)
     cv_own_code(headers_alone)
     target_compile_options(headers_alone PRIVATE -Wconversion)
     target_link_libraries(headers_alone PRIVATE CVCore16)
+
+    # The header for C, in the oldest C that clients may have.
+    set(source "${CMAKE_CURRENT_BINARY_DIR}/alone/cvcore_c.c")
+    file(CONFIGURE OUTPUT "${source}" CONTENT
+        "#include \"cvcore_c.h\"\n#include \"cvcore_c.h\"\nint alone(void);\nint alone(void)\n{\n    return cv_version();\n}\n")
+    add_library(c_header_alone OBJECT "${source}")
+    cv_own_code(c_header_alone)
+    target_compile_options(c_header_alone PRIVATE -pedantic)
+    set_target_properties(c_header_alone PROPERTIES C_STANDARD 90 C_EXTENSIONS OFF)
+    target_link_libraries(c_header_alone PRIVATE CVCore16)
 endfunction()

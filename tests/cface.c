@@ -697,6 +697,12 @@ static void test_files(void)
     HAS_TEXT(text, L"bad \xFFFD");
     OK(cv_file_exists(path, CV_NUL, &there));
     CHECK(there == 1);
+    wcscpy(below, path);
+    while (wcschr(below, L'\\') != NULL)
+        *wcschr(below, L'\\') = L'/';
+    OK(cv_file_exists(below, CV_NUL, &there));
+    CHECK(there == 1);
+    OK(cv_file_read(below, CV_NUL, blob));
     OK(cv_file_exists(folder, CV_NUL, &there));
     CHECK(there == 0);
 

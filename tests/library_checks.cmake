@@ -21,9 +21,12 @@ add_test(NAME console_imports COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/
 add_test(NAME dll_file COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/dll_file_check.sh"
     "${CMAKE_OBJDUMP}" "${CV_CXXFILT}" "$<TARGET_FILE:CVCore16>" "${PROJECT_BINARY_DIR}/CVCore16.def")
 
+add_test(NAME cface_abi COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/cface_abi_check.sh"
+    "${CMAKE_OBJDUMP}" "${PROJECT_SOURCE_DIR}" "$<TARGET_FILE:CVCore16>")
+
 # The samples, as a person starts them.
 if(CMAKE_CROSSCOMPILING_EMULATOR)
-    foreach(sample IN ITEMS concordance desk expand faults filetool first gallery letters)
+    foreach(sample IN ITEMS cclient concordance desk expand faults filetool first gallery letters)
         add_test(NAME ${sample} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/${sample}_check.sh"
             "${PROJECT_SOURCE_DIR}/tools" "$<TARGET_FILE:${sample}>" "${PROJECT_SOURCE_DIR}")
         set_tests_properties(${sample} PROPERTIES TIMEOUT 120)
@@ -50,6 +53,8 @@ foreach(page IN ITEMS moving threads)
     add_test(NAME page_${page} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
         "${PROJECT_SOURCE_DIR}/docs/${page}.md" "${CMAKE_CURRENT_SOURCE_DIR}/pages.cpp")
 endforeach()
+add_test(NAME page_c_face COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
+    "${PROJECT_SOURCE_DIR}/docs/c-face.md" "${PROJECT_SOURCE_DIR}/samples/cclient/main.c" c)
 
 # The package, as a client gets it.
 if(CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_BUILD_TYPE STREQUAL "Release")

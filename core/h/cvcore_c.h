@@ -297,7 +297,8 @@ CVCORE_C_API cv_result CVCORE_CALL cv_text_encode(const cv_char* text, int32_t l
 CVCORE_C_API cv_result CVCORE_CALL cv_text_detect(const void* bytes, uint32_t size, int32_t* encoding);
 
 /* ---- Files ---- */
-/* A path that is relative counts from the current directory. CV_E_FILE_NAME: it is empty, holds a NUL or cannot be a file's name.
+/* A relative path counts from the current directory; a slash is a backslash. CV_E_FILE_NAME: the path is empty, holds a NUL or cannot
+ * be a file's name.
  * With the codes of files cv_last_error_system has the system's reason. */
 
 /* Stores a whole file in `text`; encoding and damage as in cv_text_decode, with its codes. `used`, which may be null, becomes the

@@ -40,9 +40,17 @@ void Try(const SString& path, Work work)
     throw FaceRefusal{ result, nullptr, SString::Concat(path, L": ", words), why };
 }
 
+// No name can hold a slash, and half of the languages that this is for write paths with them.
+SString Typed(const cv_char* path, int32_t length)
+{
+    SString text = FaceGiven(path, length);
+    text.ReplaceAll(L'/', L'\\');
+    return text;
+}
+
 SString Path(const cv_char* path, int32_t length)
 {
-    const SString text = FaceGiven(path, length);
+    const SString text = Typed(path, length);
     if (text.IsEmpty() || text.FindPos(L'\0') >= 0)
         FaceRefuse(CV_E_FILE_NAME, L"a path is empty or holds a NUL");
     return text;
@@ -102,6 +110,6 @@ cv_result CVCORE_CALL cv_file_exists(const cv_char* path, int32_t path_length, i
 {
     return FaceCall(__func__, [&] {
         int32_t& result = FaceOutput(exists);
-        result = SFile::IsFile(FaceGiven(path, path_length));
+        result = SFile::IsFile(Typed(path, path_length));
     });
 }
