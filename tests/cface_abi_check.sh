@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# cface_abi_check.sh OBJDUMP SOURCE-FOLDER DLL [accept]: what the flat face promises to those who were compiled long ago. The DLL
-# exports the header's functions by their plain names, these and no others that begin alike; and what stands in
+# cface_abi_check.sh OBJDUMP SOURCE-FOLDER DLL [accept]: what the flat face promises to those who were compiled long
+# ago. The DLL exports the header's functions by their plain names, these and no others that begin alike; and what stands in
 # tests/abi/cface.txt stands in the header unchanged. New lines are fine, and come into the list with "accept".
 set -euo pipefail
 objdump=$1 source=$2 dll=$3

@@ -53,6 +53,7 @@ foreach(page IN ITEMS moving threads)
     add_test(NAME page_${page} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
         "${PROJECT_SOURCE_DIR}/docs/${page}.md" "${CMAKE_CURRENT_SOURCE_DIR}/pages.cpp")
 endforeach()
+add_test(NAME page_failures COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/failures_check.sh" "${PROJECT_SOURCE_DIR}")
 add_test(NAME page_c_face COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
     "${PROJECT_SOURCE_DIR}/docs/c-face.md" "${PROJECT_SOURCE_DIR}/samples/cclient/main.c" c)
 

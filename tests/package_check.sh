@@ -64,6 +64,12 @@ cp "$package"/bin/*.dll by-hand
 run by-hand/consumer.exe >by-pkg-config
 check_output by-pkg-config
 
+step "a client in C"
+"${cxx/g++/gcc}" -std=c99 -Wall -Wextra -pedantic -Werror -municode "$package/share/cvcore16/samples/cclient/main.c" \
+    -o by-hand/cclient.exe "$@"
+cp "$package/README.txt" .
+run by-hand/cclient.exe show README.txt 2>/dev/null | diff - <(tr -d '\r' <README.txt) || fail "the client in C reads another text"
+
 step "a client with a run-time of its own ends on the first exception, as documented"
 "$cxx" -std=c++17 main.cpp -o by-hand/static.exe "$@" -static-libgcc -static-libstdc++
 status=0

@@ -1,4 +1,5 @@
-// cvcore.h: the whole library. A client that uses one family may include that family's header instead.
+// cvcore.h: the whole library. A client that uses one family may include that family's header instead. Clients without these
+// classes, in C or in another language, include cvcore_c.h.
 #ifndef CVCORE_H
 #define CVCORE_H
 
