@@ -92,6 +92,28 @@ HGLOBAL WINAPI NoGlobalMemory(UINT, SIZE_T)
     return nullptr;
 }
 
+// Calls a function with the stack `shift` bytes off what g++ keeps it at.
+template <class... Words>
+cv_result CallAt(uint32_t shift, const void* function, Words... words)
+{
+    static_assert(((sizeof(Words) == 4) && ...), "each is one word of the stack");
+    const uint32_t arguments[] = { (uint32_t)words... };
+    uint32_t left = sizeof...(words), result;
+    asm volatile("movl %%esp, %%edi\n\t"
+                 "andl $-16, %%esp\n\t"
+                 "subl %%edx, %%esp\n"
+                 "1:\n\t"
+                 "pushl -4(%%esi,%%ecx,4)\n\t"
+                 "decl %%ecx\n\t"
+                 "jnz 1b\n\t"
+                 "call *%%eax\n\t"
+                 "movl %%edi, %%esp"
+                 : "=a"(result), "+c"(left), "+d"(shift)
+                 : "a"(function), "S"(arguments)
+                 : "edi", "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7");
+    return static_cast<cv_result>(result);
+}
+
 DWORD WINAPI FailOnce(void*)
 {
     return cv_string_upper(nullptr) == CV_E_NULL;
@@ -382,4 +404,43 @@ TEST(FlatFace, GivesAFaultACodeOnlyBelowAGuard)
     uint32_t size = 0;
     EXPECT_EQ(CV_OK, cv_blob_size(handles.blob, &size));
     EXPECT_EQ(Handles::kBytes, size);
+}
+
+// Other compilers promise four bytes, g++ keeps sixteen and may rely on them for vector code.
+TEST(FlatFace, WorksOnAStackThatIsOnlyAlignedToWords)
+{
+    const std::string narrow(3000, 'n');
+    const std::wstring wide(3000, L'w');
+    const int32_t wideLength = static_cast<int32_t>(wide.size());
+    for (uint32_t shift = 0; shift < 16; shift += 4) {
+        SCOPED_TRACE(shift);
+        const Handles h;
+        int32_t found = -2;
+        double decimal = 0;
+        const auto at = [shift](auto* function, auto... words) {
+            return CallAt(shift, reinterpret_cast<const void*>(function), words...);
+        };
+        EXPECT_EQ(CV_OK, at(cv_text_decode, narrow.data(), narrow.size(), CV_DETECT, CV_REFUSE, h.string));
+        EXPECT_EQ(CV_OK, at(cv_text_encode, wide.data(), wideLength, CV_UTF8, CV_REFUSE, h.blob));
+        EXPECT_EQ(CV_OK, at(cv_text_encode, wide.data(), wideLength, 1252, CV_REFUSE, h.blob));
+        for (const int32_t form : { CV_BASE64, CV_HEX, CV_UU }) {
+            EXPECT_EQ(CV_OK, at(cv_blob_encode, h.blob, form, h.other));
+            const std::wstring text = TextOf(h.other);
+            EXPECT_EQ(CV_OK, at(cv_blob_decode, h.blob, form, text.c_str(), CV_NUL));
+        }
+        EXPECT_EQ(CV_OK, at(cv_string_upper, h.string));
+        EXPECT_EQ(CV_OK, at(cv_string_find, h.string, L"nn", 2, 5, CV_NO_CASE, &found));
+        EXPECT_EQ(5, found);
+        EXPECT_EQ(CV_OK, at(cv_string_set_decimal, h.other, 0x9999999A, 0x3FB99999)); // 0.1
+        EXPECT_EQ(L"0.1", TextOf(h.other));
+        EXPECT_EQ(CV_OK, at(cv_string_set, h.other, L"123456789012345678901234567890.5", CV_NUL));
+        EXPECT_EQ(CV_OK, at(cv_string_decimal, h.other, &decimal));
+        EXPECT_EQ(123456789012345678901234567890.5, decimal);
+        EXPECT_EQ(CV_OK, at(cv_list_sort, h.list, CV_NUMBERED_NO_CASE, 0));
+        EXPECT_EQ(CV_OK, at(cv_translator_expand, h.translator, L"%-8.U:A%%?:B%", CV_NUL, h.other, nullptr));
+        EXPECT_EQ(CV_OK, at(cv_merger_add, h.merger, kLetter, CV_NUL, CV_PAGE));
+        EXPECT_EQ(CV_OK, at(cv_merger_document, h.merger, h.other));
+        EXPECT_EQ(CV_E_RTF, at(cv_rtf_check, L"{\\rtf1", CV_NUL)) << "the way of an exception too";
+        EXPECT_EQ(CV_E_FILE_MISSING, at(cv_file_read, L"no such file", CV_NUL, h.blob));
+    }
 }
