@@ -32,6 +32,12 @@ if(CMAKE_CROSSCOMPILING_EMULATOR)
         set_tests_properties(${sample} PROPERTIES TIMEOUT 120)
     endforeach()
     set_tests_properties(desk gallery PROPERTIES RESOURCE_LOCK desktop)
+    # Checked builds have other sizes of blocks.
+    if(CMAKE_BUILD_TYPE STREQUAL "Release")
+        add_test(NAME samples COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/samples_check.sh"
+            "${PROJECT_SOURCE_DIR}/tools" "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}" "${PROJECT_SOURCE_DIR}")
+        set_tests_properties(samples PROPERTIES TIMEOUT 120 RESOURCE_LOCK desktop)
+    endif()
 endif()
 # The debugger's views, on a program that has one of everything.
 if(CMAKE_CROSSCOMPILING_EMULATOR)
