@@ -112,7 +112,9 @@ unsigned long RewritePeer(Run& run)
             const long number = isFont || isColor ? std::wcstol(digits, &behind, 10) : 0;
             const bool changes = behind && behind != digits && (isFont || number != 0);
             if (changes)
-                out.append(at, digits).append(std::to_wstring(number + (isFont ? 3 : 1))).append(static_cast<const wchar_t*>(behind), end);
+                out.append(at, digits)
+                    .append(std::to_wstring(number + (isFont ? 3 : 1)))
+                    .append(static_cast<const wchar_t*>(behind), end);
             else
                 out.append(at, end);
             at = end;

@@ -23,6 +23,7 @@
 #include "cmdform.h"
 #include "cvbase.h"
 
+#include <cstring>
 #include <type_traits>
 
 class SCmdTarget;
@@ -114,7 +115,7 @@ private:
     {
         static_assert(sizeof(To) == sizeof(From), "pointers to members have one size");
         To to;
-        __builtin_memcpy(&to, &from, sizeof to);
+        std::memcpy(&to, &from, sizeof to);
         return to;
     }
 };

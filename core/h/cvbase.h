@@ -37,11 +37,19 @@
 #endif
 
 /// The place of the call as exception constructors take it: function signature, source file, line.
-#define S_HERE __PRETTY_FUNCTION__, __FILE__, __LINE__
+#define S_HERE S_FUNCTION, __FILE__, __LINE__
+/// The signature of the function in which it stands, as narrow text.
+#define S_FUNCTION __PRETTY_FUNCTION__
 
 /// Branch hints for paths that a client's data hardly ever takes.
 #define S_LIKELY(condition) __builtin_expect(!!(condition), 1)
 #define S_UNLIKELY(condition) __builtin_expect(!!(condition), 0)
+
+/// A function that is not to be merged into its callers.
+#define S_NOINLINE __attribute__((noinline))
+
+/// Ends the process where a checked build finds a caller's mistake.
+#define S_TRAP() __builtin_trap()
 
 /// Whether Windows is the 32-bit one, for which field offsets and sizes are promised and asserted.
 #if defined(_WIN64)

@@ -168,7 +168,7 @@ public:
     {
 #ifdef CVCORE_CHECKED
         if (static_cast<unsigned>(position) > static_cast<unsigned>(Length()))
-            __builtin_trap();
+            S_TRAP();
 #endif
         return m_text[position];
     }

@@ -246,7 +246,7 @@ private:
     {
 #ifdef CVCORE_CHECKED
         if (static_cast<unsigned>(i) >= static_cast<unsigned>(Count()))
-            __builtin_trap();
+            S_TRAP();
 #endif
     }
 
@@ -261,7 +261,7 @@ private:
     }
 
     template <class Value>
-    __attribute__((noinline)) int AddSlowly(Value&& value)
+    S_NOINLINE int AddSlowly(Value&& value)
     {
         const int index = Count();
         InsertValue(index, static_cast<Value&&>(value));

@@ -1,6 +1,8 @@
 // base64kern.cpp: the loops of Base64: with tables, and with 32-byte registers.
 #include "base64kern.h"
 
+#include "compiler.h"
+
 #include <immintrin.h>
 
 #include <cstring>
@@ -81,8 +83,6 @@ size_t DecodePlain(const wchar_t* text, size_t length, unsigned char* bytes)
 }
 
 // ---- With AVX2: 24 bytes and 32 characters at a time ----
-
-#define S_AVX2 __attribute__((target("avx2")))
 
 constexpr size_t kStepBytes = 24, kStepChars = 32;
 
@@ -173,10 +173,7 @@ constexpr Base64Kern::Way kPlain = { EncodePlain, DecodePlain };
 constexpr Base64Kern::Way kWide = { EncodeWide, DecodeWide };
 
 // Null until this is initialised, which is harmless: static objects of other modules may come first.
-const Base64Kern::Way* const g_best = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") ? &kWide : &kPlain;
-}();
+const Base64Kern::Way* const g_best = HasAvx2() ? &kWide : &kPlain;
 
 } // namespace
 

@@ -3,6 +3,7 @@
 // Foreign code calls these members, so nothing is thrown out of them.
 #include "shglobal.h"
 
+#include "compiler.h"
 #include "sexcept.h"
 
 #include <objidl.h>
@@ -104,7 +105,7 @@ public:
         default: return STG_E_INVALIDFUNCTION;
         }
         LONGLONG target;
-        if (__builtin_add_overflow(base, move.QuadPart, &target) || target < 0)
+        if (AddOverflows(base, move.QuadPart, &target) || target < 0)
             return STG_E_INVALIDFUNCTION;
         m_position = static_cast<ULONGLONG>(target);
         if (position)

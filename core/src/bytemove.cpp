@@ -1,5 +1,7 @@
 #include "bytemove.h"
 
+#include "compiler.h"
+
 #include <immintrin.h>
 
 #include <cstdint>
@@ -10,17 +12,14 @@ namespace {
 constexpr size_t kRegister = sizeof(__m256i);
 
 // False until this is initialised, which is harmless: static objects of other modules may come first.
-const bool g_hasAvx2 = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") != 0;
-}();
+const bool g_hasAvx2 = HasAvx2();
 
-__attribute__((target("avx2"))) inline __m256i Load(const char* from)
+S_AVX2 inline __m256i Load(const char* from)
 {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
 
-__attribute__((target("avx2"))) inline void Store(char* to, __m256i value)
+S_AVX2 inline void Store(char* to, __m256i value)
 {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value);
 }
@@ -28,7 +27,7 @@ __attribute__((target("avx2"))) inline void Store(char* to, __m256i value)
 // Both begin at the end towards which the bytes move, and store at aligned addresses. What aligned stores
 // leave at either end (less than a register each) is loaded before anything is stored and stored after all.
 
-__attribute__((target("avx2"))) void Avx2Up(char* to, const char* from, size_t bytes)
+S_AVX2 void Avx2Up(char* to, const char* from, size_t bytes)
 {
     const __m256i first = Load(from);
     const __m256i last = Load(from + bytes - kRegister);
@@ -49,7 +48,7 @@ __attribute__((target("avx2"))) void Avx2Up(char* to, const char* from, size_t b
     Store(to, first);
 }
 
-__attribute__((target("avx2"))) void Avx2Down(char* to, const char* from, size_t bytes)
+S_AVX2 void Avx2Down(char* to, const char* from, size_t bytes)
 {
     const __m256i first = Load(from);
     const __m256i last = Load(from + bytes - kRegister);

@@ -1,6 +1,7 @@
 // errctx.cpp: the counting sink for messages, warnings and errors.
 #include "errctx.h"
 
+#include "compiler.h"
 #include "modstate.h"
 
 #include <utility>
@@ -17,9 +18,9 @@ constexpr wchar_t kFatalWord[] = L"Fatal Error";
 } // namespace
 
 // Before the static objects of clients and of the other sources, some of which are contexts.
-SString SDErrorContext::sClassWarning __attribute__((init_priority(104)));
-SString SDErrorContext::sClassError __attribute__((init_priority(104)));
-SString SDErrorContext::sClassFatal __attribute__((init_priority(104)));
+SString SDErrorContext::sClassWarning S_INIT_PRIORITY(104);
+SString SDErrorContext::sClassError S_INIT_PRIORITY(104);
+SString SDErrorContext::sClassFatal S_INIT_PRIORITY(104);
 
 static_assert(!S_TARGET_32BIT || sizeof(SDErrorContext) == 40, "ten words, in their order");
 

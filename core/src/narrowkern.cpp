@@ -3,6 +3,7 @@
 // Sixteen units at a time while they are ASCII; what is not goes a character at a time, back to blocks at the next ASCII one.
 #include "narrowkern.h"
 
+#include "compiler.h"
 #include "scriptrun.h"
 #include "utf8.h"
 
@@ -63,7 +64,7 @@ __m128i HighUnits(__m128i bytes)
 }
 size_t First(unsigned others)
 {
-    return static_cast<size_t>(__builtin_ctz(others));
+    return static_cast<size_t>(LowestBit(others));
 }
 
 // How many characters a loop over other scripts stays with after it has met ASCII: these come in runs, with single blanks and

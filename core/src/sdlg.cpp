@@ -2,6 +2,7 @@
 #include "sdlg.h"
 
 #include "callback.h"
+#include "compiler.h"
 #include "winapp.h"
 #include "wndcreate.h"
 #include "wndwatch.h"
@@ -14,8 +15,7 @@ S_ON_COMMAND(IDCANCEL, OnCancel)
 S_END_MESSAGE_MAP()
 
 // Our window procedure stands in front of the dialog's, so only what nobody handled comes here.
-__attribute__((force_align_arg_pointer)) INT_PTR CALLBACK SDlg::DialogProc(HWND dialog, UINT message, WPARAM,
-                                                                           LPARAM)
+S_SYSTEM_CALLS INT_PTR CALLBACK SDlg::DialogProc(HWND dialog, UINT message, WPARAM, LPARAM)
 {
     if (message != WM_INITDIALOG)
         return FALSE;

@@ -45,7 +45,7 @@ SInputFile::SInputFile(const SString& path)
           OpenFile(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING))
 {
     if (!m_file)
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, path, ::GetLastError());
 }
 
 SInputFile::~SInputFile()
@@ -63,7 +63,7 @@ unsigned long SInputFile::Read(void* data, unsigned long bytes, unsigned long)
             const DWORD error = ::GetLastError();
             if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF)
                 break;
-            ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, error);
+            ThrowFor(S_FUNCTION, __LINE__, m_path, error);
         }
         if (got == 0)
             break;
@@ -81,7 +81,7 @@ unsigned long SInputFile::Skip(unsigned long bytes)
     LARGE_INTEGER move;
     move.QuadPart = passed;
     if (m_file && !::SetFilePointerEx(m_file, move, nullptr, FILE_CURRENT))
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, m_path, ::GetLastError());
     return passed;
 }
 
@@ -112,7 +112,7 @@ SOutputFile::SOutputFile(const SString& path, Mode mode)
                       mode == kAppend ? OPEN_ALWAYS : CREATE_ALWAYS))
 {
     if (!m_file)
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, path, ::GetLastError());
 }
 
 SOutputFile::~SOutputFile()
@@ -124,23 +124,23 @@ unsigned long SOutputFile::Write(const void* data, unsigned long bytes, unsigned
 {
     DWORD written = 0;
     if (!::WriteFile(m_file, data, bytes, &written, nullptr))
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, m_path, ::GetLastError());
     if (written != bytes) // a disk gives no other reason to take a part
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ERROR_DISK_FULL);
+        ThrowFor(S_FUNCTION, __LINE__, m_path, ERROR_DISK_FULL);
     return bytes;
 }
 
 void SOutputFile::Flush()
 {
     if (!::FlushFileBuffers(m_file))
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, m_path, ::GetLastError());
 }
 
 void SOutputFile::Close()
 {
     const HANDLE file = std::exchange(m_file, nullptr);
     if (file && !::CloseHandle(file))
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, ::GetLastError());
+        ThrowFor(S_FUNCTION, __LINE__, m_path, ::GetLastError());
 }
 
 // ---- SOutputFileOnChange ----
@@ -172,7 +172,7 @@ void SOutputFileOnChange::Require(bool done)
     if (m_failure == 0)
         return;
     m_new.Cancel();
-    ThrowFor(__PRETTY_FUNCTION__, __LINE__, m_path, m_failure);
+    ThrowFor(S_FUNCTION, __LINE__, m_path, m_failure);
 }
 
 void SOutputFileOnChange::WriteNew(const void* data, unsigned long bytes)

@@ -2,6 +2,7 @@
 #include "srichedt.h"
 
 #include "callback.h"
+#include "compiler.h"
 #include "smemstream.h"
 #include "systemlibrary.h"
 
@@ -36,8 +37,7 @@ struct Source {
     size_t left;
 };
 
-__attribute__((force_align_arg_pointer)) DWORD CALLBACK Give(DWORD_PTR cookie, BYTE* room, LONG size,
-                                                             LONG* given)
+S_SYSTEM_CALLS DWORD CALLBACK Give(DWORD_PTR cookie, BYTE* room, LONG size, LONG* given)
 {
     Source& source = *reinterpret_cast<Source*>(cookie);
     const size_t count = std::min(source.left, static_cast<size_t>(size));
@@ -48,8 +48,7 @@ __attribute__((force_align_arg_pointer)) DWORD CALLBACK Give(DWORD_PTR cookie, B
     return 0;
 }
 
-__attribute__((force_align_arg_pointer)) DWORD CALLBACK Take(DWORD_PTR cookie, BYTE* bytes, LONG size,
-                                                             LONG* taken)
+S_SYSTEM_CALLS DWORD CALLBACK Take(DWORD_PTR cookie, BYTE* bytes, LONG size, LONG* taken)
 {
     *taken = 0;
     return SRunCallback(DWORD{ 1 }, [&]() -> DWORD {

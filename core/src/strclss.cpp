@@ -10,6 +10,7 @@
 // the buffer that it replaces.
 #include "strclss.h"
 
+#include "compiler.h"
 #include "copytext.h"
 #include "damage.h"
 #include "salloc.h"
@@ -57,7 +58,8 @@ struct alignas(64) StringPool : SFixedAlloc {
 };
 
 // Before every other static object of the library, and after the last of them is gone: they hold strings.
-__attribute__((init_priority(102))) StringPool g_pools[kClasses] = {
+S_INIT_PRIORITY(102)
+StringPool g_pools[kClasses] = {
     { BlockBytes(17), 128, L" Allocator Str17" },    { BlockBytes(33), 128, L" Allocator Str33" },
     { BlockBytes(65), 64, L" Allocator Str65" },     { BlockBytes(129), 64, L" Allocator Str129" },
     { BlockBytes(257), 64, L" Allocator Str257" },   { BlockBytes(513), 32, L" Allocator Str513" },
@@ -69,7 +71,7 @@ std::atomic<unsigned long> g_largeBytes{ 0 };
 // Class of a text of 1 to 2049 characters: capacities are 2^k + 1, so the highest bit of (n - 2) tells.
 int ClassFor(int n)
 {
-    return n <= kSmallestCapacity ? 0 : 28 - __builtin_clz(static_cast<unsigned>(n - 2));
+    return n <= kSmallestCapacity ? 0 : HighestBit(static_cast<unsigned>(n - 2)) - 3;
 }
 
 // Capacity of a class, and the pool of a capacity (null: a heap block).
@@ -80,7 +82,7 @@ constexpr int ClassCapacity(int index)
 SFixedAlloc* PoolOf(long capacity)
 {
     return capacity > kLargestCapacity ? nullptr
-                                       : &g_pools[__builtin_ctz(static_cast<unsigned>(capacity - 1)) - 4];
+                                       : &g_pools[LowestBit(static_cast<unsigned>(capacity - 1)) - 4];
 }
 
 int RoundUpLarge(int n)

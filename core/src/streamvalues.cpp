@@ -98,7 +98,7 @@ void AssignUtf8(SString& text, const char* bytes, unsigned long n)
 
 // In a frame of its own, so that a short text does not pay for the room of a long one.
 template <unsigned long kRoom>
-__attribute__((noinline)) void ReadLocal(SInputBinaryStream& in, SString& text, unsigned long n)
+S_NOINLINE void ReadLocal(SInputBinaryStream& in, SString& text, unsigned long n)
 {
     char bytes[kRoom];
     ReadRun(in, bytes, n);
@@ -185,7 +185,7 @@ SInputBinaryStream& operator>>(SInputBinaryStream& in, SString& text)
     }
     const unsigned long available = in.Available();
     if (n > available && n > kLargestUnchecked)
-        throw SEIOException(__PRETTY_FUNCTION__, kStringFile, __LINE__, kInvalidStreamLength, kInvalidString);
+        throw SEIOException(S_FUNCTION, kStringFile, __LINE__, kInvalidStreamLength, kInvalidString);
     if (n > static_cast<unsigned long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
     AssignUtf8(text, ReadHeap(in, n, n > available ? SInputStream::kUnknown : available).get(), n);
@@ -221,7 +221,7 @@ SInputBinaryStream& operator>>(SInputBinaryStream& in, SBlob& blob)
         return in;
     const unsigned long available = in.Available();
     if (size > available && size > kLargestUncheckedBlob)
-        throw SEIOException(__PRETTY_FUNCTION__, kBlobFile, __LINE__, kInvalidStreamLength, kInvalidBlob);
+        throw SEIOException(S_FUNCTION, kBlobFile, __LINE__, kInvalidStreamLength, kInvalidBlob);
     SBlob read;
     const bool isThere = available != SInputStream::kUnknown && available >= size;
     unsigned long room = isThere ? size : std::min(size, kBlobPiece);

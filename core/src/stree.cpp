@@ -4,6 +4,7 @@
 // child of its parent an entry is, and Link and Rotate take it.
 #include "stree.h"
 
+#include "compiler.h"
 #include "sexcept.h"
 
 #include <atomic>
@@ -376,7 +377,7 @@ struct EntryPools {
 
 // Good before anything is constructed, and gone after every other static object of the library but the string pools: maps
 // of the library free their entries in their destructors.
-__attribute__((init_priority(103))) EntryPools g_entryPools;
+S_INIT_PRIORITY(103) EntryPools g_entryPools;
 
 constexpr wchar_t kPoolName[] = L"Map entries %lu";
 

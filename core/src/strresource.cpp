@@ -31,10 +31,11 @@ ResourceText FindText(HINSTANCE module, unsigned id)
     const wchar_t* const name = MAKEINTRESOURCEW(id / 16 + 1);
     const wchar_t* const type = reinterpret_cast<LPCWSTR>(RT_STRING);
     const WORD wanted = ::GetThreadUILanguage();
+    const WORD ours = PRIMARYLANGID(wanted);
     const WORD languages[] = {
         wanted,
-        MAKELANGID(PRIMARYLANGID(wanted), SUBLANG_NEUTRAL),
-        MAKELANGID(PRIMARYLANGID(wanted), SUBLANG_DEFAULT),
+        static_cast<WORD>(MAKELANGID(ours, SUBLANG_NEUTRAL)),
+        static_cast<WORD>(MAKELANGID(ours, SUBLANG_DEFAULT)),
         MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US),
     };
     for (const WORD language : languages) {

@@ -43,7 +43,7 @@ SInflaterInputStream::SInflaterInputStream(SInputStream* inner, bool own)
     const int code = ::inflateInit2(&m_state->zip, kRawWindow);
     if (code != Z_OK) {
         delete m_state;
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, nullptr);
+        ThrowFor(S_FUNCTION, __LINE__, code, nullptr);
     }
 }
 
@@ -102,7 +102,7 @@ unsigned long SInflaterInputStream::Read(void* data, unsigned long bytes, unsign
         } else if (code == Z_BUF_ERROR && zip.avail_in == 0) {
             TakeMore();
         } else if (code != Z_OK) {
-            ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, zip.msg);
+            ThrowFor(S_FUNCTION, __LINE__, code, zip.msg);
         }
     }
     const unsigned long made = bytes - zip.avail_out;
@@ -146,7 +146,7 @@ SDeflaterOutputStream::SDeflaterOutputStream(SOutputStream* inner, bool own, int
         ::deflateInit2(&m_state->zip, usable, Z_DEFLATED, kRawWindow, kUsualMemory, Z_DEFAULT_STRATEGY);
     if (code != Z_OK) {
         delete m_state;
-        ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, nullptr);
+        ThrowFor(S_FUNCTION, __LINE__, code, nullptr);
     }
 }
 
@@ -175,7 +175,7 @@ void SDeflaterOutputStream::Run(int flush)
         zip.avail_out = sizeof m_state->output;
         const int code = ::deflate(&zip, flush);
         if (code == Z_STREAM_ERROR)
-            ThrowFor(__PRETTY_FUNCTION__, __LINE__, code, zip.msg);
+            ThrowFor(S_FUNCTION, __LINE__, code, zip.msg);
         const unsigned long made = sizeof m_state->output - zip.avail_out;
         if (made > 0)
             m_inner->Write(m_state->output, made, kRun);

@@ -469,7 +469,7 @@ __STableMem::~__STableMem()
 #ifdef CVCORE_CHECKED
     // The derived destructor did not call FreeData, and nobody is left who could end the elements.
     if (HasBlock())
-        __builtin_trap();
+        S_TRAP();
 #endif
 }
 

@@ -4,6 +4,8 @@
 #ifndef TEXTBLOCK_H
 #define TEXTBLOCK_H
 
+#include "compiler.h"
+
 #include <emmintrin.h>
 
 #include <cstddef>
@@ -111,11 +113,11 @@ inline unsigned Lanes(Block truth)
 }
 inline size_t FirstLane(unsigned lanes)
 {
-    return static_cast<size_t>(__builtin_ctz(lanes)) / 2;
+    return static_cast<size_t>(LowestBit(lanes)) / 2;
 }
 inline size_t LastLane(unsigned lanes)
 {
-    return static_cast<size_t>(31 - __builtin_clz(lanes)) / 2;
+    return static_cast<size_t>(HighestBit(lanes)) / 2;
 }
 
 inline bool IsAscii(Block block)

@@ -5,6 +5,7 @@
 #include "textkern.h"
 
 #include "casetable.h"
+#include "compiler.h"
 #include "textblock.h"
 #include "twoway.h"
 
@@ -101,7 +102,7 @@ struct IgnoringCase {
             for (size_t i = 0; i < kWindow; ++i)
                 hits |= static_cast<unsigned>(Unit(UnitAt(text, i)) == m_firstUnit) << i;
             for (unsigned rest = hits; rest; rest &= rest - 1) {
-                const unsigned i = static_cast<unsigned>(__builtin_ctz(rest));
+                const unsigned i = static_cast<unsigned>(LowestBit(rest));
                 if (Unit(UnitAt(text, i + m_distance)) != m_lastUnit)
                     hits &= ~(1u << i);
             }
@@ -161,7 +162,7 @@ const wchar_t* Find(const wchar_t* text, size_t length, const wchar_t* wanted, s
             hits = ends.Places(text + i);
         }
         for (; hits; hits &= hits - 1) {
-            const size_t at = i + static_cast<size_t>(__builtin_ctz(hits));
+            const size_t at = i + static_cast<size_t>(LowestBit(hits));
             size_t compared = 0;
             if (Rule::Agree(text + at, wanted, wantedLength, compared))
                 return text + at;

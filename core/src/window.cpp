@@ -5,6 +5,7 @@
 #include "window.h"
 
 #include "callback.h"
+#include "compiler.h"
 #include "crash.h"
 #include "handledesc.h"
 #include "tablemem.h"
@@ -273,8 +274,7 @@ LRESULT PassToOwn(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 
 } // namespace
 
-__attribute__((force_align_arg_pointer)) LRESULT CALLBACK SWnd::Procedure(HWND window, UINT message,
-                                                                          WPARAM wParam, LPARAM lParam)
+S_SYSTEM_CALLS LRESULT CALLBACK SWnd::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     SWnd* const object = FromHandlePermanent(window);
     if (!object)

@@ -2,14 +2,14 @@
 #include "wndcreate.h"
 
 #include "callback.h"
+#include "compiler.h"
 #include "handledesc.h"
 
 #include <utility>
 
 SWndCreation* SWndCreation::s_current = nullptr;
 
-__attribute__((force_align_arg_pointer)) LRESULT CALLBACK SWndCreation::OnEvent(int code, WPARAM wParam,
-                                                                                LPARAM lParam)
+S_SYSTEM_CALLS LRESULT CALLBACK SWndCreation::OnEvent(int code, WPARAM wParam, LPARAM lParam)
 {
     SWndCreation* const current = s_current;
     if (code == HCBT_CREATEWND && current && current->m_window) {
