@@ -55,13 +55,27 @@ endif()
 
 add_test(NAME readme COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/readme_check.sh" "${PROJECT_SOURCE_DIR}")
 
-foreach(page IN ITEMS moving threads)
+# The code in the guides is that of samples and tests.
+file(GLOB cv_shown_code CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/samples/*.h" "${PROJECT_SOURCE_DIR}/samples/*/*.cpp"
+    "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp"
+    "${CMAKE_CURRENT_SOURCE_DIR}/support/*.h")
+foreach(page IN ITEMS bytes classes containers drawing files gradients moving plainpointers resources rtf streams strings
+        threads windows)
     add_test(NAME page_${page} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
-        "${PROJECT_SOURCE_DIR}/docs/${page}.md" "${CMAKE_CURRENT_SOURCE_DIR}/pages.cpp")
+        "${PROJECT_SOURCE_DIR}/docs/${page}.md" ${cv_shown_code})
 endforeach()
 add_test(NAME page_failures COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/failures_check.sh" "${PROJECT_SOURCE_DIR}")
 add_test(NAME page_c_face COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
-    "${PROJECT_SOURCE_DIR}/docs/c-face.md" "${PROJECT_SOURCE_DIR}/samples/cclient/main.c" c)
+    -l c "${PROJECT_SOURCE_DIR}/docs/c-face.md" "${PROJECT_SOURCE_DIR}/samples/cclient/main.c")
+
+# What a script can see of the tree. `headers` is not among it: the build compiles headers_alone. Git lists the files.
+find_program(CV_GIT git NO_CMAKE_FIND_ROOT_PATH)
+mark_as_advanced(CV_GIT)
+if(CV_GIT AND EXISTS "${PROJECT_SOURCE_DIR}/.git" AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_test(NAME house COMMAND "${CV_BASH}" "${PROJECT_SOURCE_DIR}/tools/check" floors portable docs blanks format)
+    add_test(NAME clang COMMAND "${CV_BASH}" "${PROJECT_SOURCE_DIR}/tools/check" clang)
+    set_tests_properties(house clang PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
+endif()
 
 # The package, as a client gets it.
 if(CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_BUILD_TYPE STREQUAL "Release")
