@@ -56,17 +56,19 @@ endif()
 add_test(NAME readme COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/readme_check.sh" "${PROJECT_SOURCE_DIR}")
 
 # The code in the guides is that of samples and tests.
-file(GLOB cv_shown_code CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/samples/*.h" "${PROJECT_SOURCE_DIR}/samples/*/*.cpp"
+file(GLOB cv_shown_code CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/samples/*.h"
+    "${PROJECT_SOURCE_DIR}/samples/*.cpp" "${PROJECT_SOURCE_DIR}/samples/*/*.cpp"
     "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp"
     "${CMAKE_CURRENT_SOURCE_DIR}/support/*.h")
-foreach(page IN ITEMS bytes classes containers drawing files gradients moving plainpointers resources rtf streams strings
-        threads windows)
-    add_test(NAME page_${page} COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
-        "${PROJECT_SOURCE_DIR}/docs/${page}.md" ${cv_shown_code})
-endforeach()
+set(cv_guides bytes classes containers drawing files gradients moving plainpointers resources rtf streams strings threads
+    windows)
+list(TRANSFORM cv_guides PREPEND "${PROJECT_SOURCE_DIR}/docs/")
+list(TRANSFORM cv_guides APPEND .md)
+add_test(NAME guides COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
+    ${cv_guides} -- ${cv_shown_code})
 add_test(NAME page_failures COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/failures_check.sh" "${PROJECT_SOURCE_DIR}")
 add_test(NAME page_c_face COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs_check.sh"
-    -l c "${PROJECT_SOURCE_DIR}/docs/c-face.md" "${PROJECT_SOURCE_DIR}/samples/cclient/main.c")
+    -l c "${PROJECT_SOURCE_DIR}/docs/c-face.md" -- "${PROJECT_SOURCE_DIR}/samples/cclient/main.c")
 
 # What a script can see of the tree. `headers` is not among it: the build compiles headers_alone. Git lists the files.
 find_program(CV_GIT git NO_CMAKE_FIND_ROOT_PATH)
