@@ -14,6 +14,9 @@
 /// A function compiled for AVX2, to be called where HasAvx2() said so only.
 #define S_AVX2 __attribute__((target("avx2")))
 
+/// A function that reads beyond a text on purpose: where a sanitizer looks on, it is left out.
+#define S_READS_BEYOND __attribute__((no_sanitize("address")))
+
 /// Asks the processor; may be called before static objects are initialised.
 inline bool HasAvx2()
 {

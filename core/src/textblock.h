@@ -53,7 +53,7 @@ inline bool IsBlockInOnePage(const wchar_t* text)
 {
     return Address(text) % kPageBytes <= kPageBytes - kBlockBytes;
 }
-__attribute__((no_sanitize("address"))) inline Block LoadInOnePage(const wchar_t* text)
+S_READS_BEYOND inline Block LoadInOnePage(const wchar_t* text)
 {
     return *reinterpret_cast<const __m128i_u*>(text);
 }
