@@ -74,7 +74,7 @@ add_test(NAME page_c_face COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/docs
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
     add_test(NAME house COMMAND "${CV_BASH}" "${PROJECT_SOURCE_DIR}/tools/check" floors portable docs blanks format)
     add_test(NAME clang COMMAND "${CV_BASH}" "${PROJECT_SOURCE_DIR}/tools/check" clang)
-    set_tests_properties(house clang PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
+    set_tests_properties(house clang PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
 endif()
 
 # The package, as a client gets it.
