@@ -24,6 +24,20 @@ inline bool HasAvx2()
     return __builtin_cpu_supports("avx2") != 0;
 }
 
+/// A function compiled for SSSE3, to be called where HasSsse3() said so only.
+#define S_SSSE3 __attribute__((target("ssse3")))
+
+/// As HasAvx2.
+inline bool HasSsse3()
+{
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("ssse3") != 0;
+}
+
+/// A function that reads beyond the end of what it is given, where the page's rest can be read: tools that know where memory ends
+/// must not look.
+#define S_READS_PAGES __attribute__((no_sanitize("address")))
+
 /// Number of the lowest and of the highest bit that is set; `bits` must not be 0.
 inline int LowestBit(unsigned bits)
 {

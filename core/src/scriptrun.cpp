@@ -2,11 +2,11 @@
 // their places by another. Which shuffle is told by a mask of the block's short and long characters.
 #include "scriptrun.h"
 
+#include "compiler.h"
+
 #include <tmmintrin.h>
 
 #include <array>
-
-#define S_SSSE3 __attribute__((target("ssse3")))
 
 namespace {
 
@@ -84,10 +84,7 @@ constexpr Shuffles kPack = PackingShuffles();
 constexpr Shuffles kThin = ThinningShuffles();
 constexpr Shuffles kSpread = SpreadingShuffles();
 
-const bool g_isFast = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("ssse3") != 0;
-}();
+const bool g_isFast = HasSsse3();
 
 S_SSSE3 inline __m128i Load(const void* from)
 {
