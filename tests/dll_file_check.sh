@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# dll_file_check.sh OBJDUMP CXXFILT DLL DEF: what the file must be like for the clients who get it.
+# dll_file_check.sh OBJDUMP CXXFILT DLL DEF SOURCES: what the file must be like for the clients who get it.
 set -euo pipefail
-objdump=$1 cxxfilt=$2 dll=$3 def=$4
+objdump=$1 cxxfilt=$2 dll=$3 def=$4 sources=$5
 status=0
 fail() { echo "$(basename "$dll"): $*" >&2; status=1; }
 facts=$("$objdump" -p "$dll")
@@ -24,6 +24,29 @@ characteristics=$((16#$(sed -n 's/^DllCharacteristics[[:space:]]*\([0-9a-f]*\).*
 ((characteristics & 0x40)) || fail "does not say that it may be moved (dynamicbase)"
 ((characteristics & 0x100)) || fail "does not say that data is no code (nxcompat)"
 "$objdump" -h "$dll" | grep -q '\.reloc' || fail "cannot be moved: it has no relocations"
+
+# objdump's own word for a section is no help (it calls all of them DATA), so the headers are read: 40 bytes each behind
+# the optional header, the flags in the last four.
+word() { od -An -v -t "u$2" -j "$1" -N "$2" "$dll" | tr -d ' '; }
+header=$(word 60 4)
+sections=$(word $((header + 6)) 2)
+table=$((header + 24 + $(word $((header + 20)) 2)))
+readonly executable=0x20000000 writable=0x80000000
+code=0
+for ((i = 0; i < sections; i++)); do
+    flags=$(word $((table + 40 * i + 36)) 4)
+    ((flags & executable)) || continue
+    code=$((code + 1))
+    ((flags & writable)) && fail "section $i can be written and executed"
+done
+((code == 1)) || fail "has $code sections of code"
+
+# A DLL that is asked for by its bare name may come from the current directory. One function loads, by the system folder's
+# full path; the only other way in would be another import.
+loads=$(sed -n 's/^[[:space:]]*[0-9a-f]*[[:space:]]*[0-9a-f]*[[:space:]]*\(LoadLibrary[A-Za-z]*\|LoadPackagedLibrary\|LdrLoadDll\)$/\1/p' <<<"$facts")
+[ "$loads" = LoadLibraryW ] || fail "loads libraries by: ${loads//$'\n'/ }"
+loaders=$(cd "$sources" && grep -lE '\bLoadLibrary(Ex)?[AW]?[[:space:]]*\(' -r . | tr '\n' ' ')
+[ "$loaders" = "./src/systemlibrary.cpp " ] || fail "LoadLibrary is called in: $loaders"
 
 # The library's own names only, and no type of the standard library in a signature: its layout is the
 # compiler's.

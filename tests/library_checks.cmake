@@ -19,7 +19,13 @@ endif()
 add_test(NAME console_imports COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/no_windows_check.sh"
     "${CMAKE_OBJDUMP}" "$<TARGET_FILE:console_test>")
 add_test(NAME dll_file COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/dll_file_check.sh"
-    "${CMAKE_OBJDUMP}" "${CV_CXXFILT}" "$<TARGET_FILE:CVCore16>" "${PROJECT_BINARY_DIR}/CVCore16.def")
+    "${CMAKE_OBJDUMP}" "${CV_CXXFILT}" "$<TARGET_FILE:CVCore16>" "${PROJECT_BINARY_DIR}/CVCore16.def"
+    "${PROJECT_SOURCE_DIR}/core")
+# The promise is about what is shipped.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_test(NAME exports COMMAND "${PROJECT_SOURCE_DIR}/tools/renew-exports" --check
+        "${PROJECT_BINARY_DIR}/CVCore16.def")
+endif()
 
 add_test(NAME cface_abi COMMAND "${CV_BASH}" "${CMAKE_CURRENT_SOURCE_DIR}/cface_abi_check.sh"
     "${CMAKE_OBJDUMP}" "${PROJECT_SOURCE_DIR}" "$<TARGET_FILE:CVCore16>")
