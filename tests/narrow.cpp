@@ -3,7 +3,6 @@
 
 #include "sexcept.h"
 
-#include "support/allocfail.h"
 #include "support/importpatch.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
@@ -295,26 +294,4 @@ TEST(NarrowTexts, AreMadeCopiedAndAssigned)
     EXPECT_STREQ("", SUtf8String(L"half \xD83D"));
     EXPECT_STREQ(L"\uFFFDx", SUtf8String::ToUnicode("\xFFx"));
     EXPECT_STREQ(L"", SUtf8String::ToUnicode(nullptr));
-}
-
-TEST(NarrowTexts, OutOfMemoryLeavesTheOldText)
-{
-    SUtf8String utf8;
-    SAnsiString ansi;
-    const int points = WalkAllocationFailures(
-        [&] {
-            utf8 = "before";
-            ansi = "before";
-        },
-        [&] {
-            utf8 = L"after \u20ac";
-            ansi = L"after";
-        },
-        [&](const AllocationTrial& trial) {
-            if (trial.failed) {
-                EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
-                EXPECT_STREQ("before", ansi);
-            }
-        });
-    EXPECT_EQ(2, points) << "one a text";
 }

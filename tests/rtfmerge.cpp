@@ -473,33 +473,3 @@ TEST(RtfMergeHostile, DamagedDocumentsAreRefusedOrMergedIntoSoundOnes)
     EXPECT_GT(merged, 500);
     EXPECT_GT(refused, 500);
 }
-
-TEST(RtfMergeHostile, AMergerIsAsItWasWhenMemoryRunsOut)
-{
-    const SString memo = RtfFile(0), minutes = RtfFile(2);
-    SRtfMerger merger;
-    SString before;
-    bool added = false;
-    const int points = WalkAllocationFailures(
-        [&] {
-            merger.Clear();
-            merger.AddFragment(memo);
-            before = merger.GetDocument();
-            added = false;
-        },
-        [&] {
-            merger.AddFragment(minutes);
-            added = true;
-        },
-        [&](const AllocationTrial& trial) {
-            if (added) {
-                EXPECT_EQ(2, merger.Count());
-                return;
-            }
-            EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
-            EXPECT_EQ(1, merger.Count());
-            EXPECT_EQ(before, merger.GetDocument());
-            EXPECT_EQ(1, merger.AddFragment(minutes)) << "it can be tried again";
-        });
-    EXPECT_GT(points, 0);
-}

@@ -7,7 +7,6 @@
 #include "strmap.h"
 #include "strtab.h"
 
-#include "support/allocfail.h"
 #include "support/importpatch.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
@@ -370,23 +369,4 @@ TEST(BinaryStreams, ForwardAndOwn)
     EXPECT_EQ(2, ends) << "the owned one and the local one";
     EXPECT_STREQ("SInputBinaryStream", S_RUNTIME_CLASS(SInputBinaryStream)->name);
     EXPECT_EQ(S_RUNTIME_CLASS(SInputStream), S_RUNTIME_CLASS(SInputBinaryStream)->base);
-}
-
-TEST(BinaryForm, OutOfMemoryThrows)
-{
-    const std::string bytes =
-        Written(SString(L'x', 70000)) + Written(SStringTable{ L"a", SString(L'b', 3000) });
-    WalkAllocationFailures([] {},
-                           [&] {
-                               SInputGlobal source(bytes.data(), static_cast<unsigned long>(bytes.size()));
-                               SInputBinaryStream in(source);
-                               SString text;
-                               SStringTable table;
-                               in >> text >> table;
-                           },
-                           [](const AllocationTrial& trial) {
-                               if (trial.error) {
-                                   EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
-                               }
-                           });
 }

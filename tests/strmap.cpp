@@ -2,7 +2,6 @@
 #include "strmap.h"
 
 #include "sexcept.h"
-#include "support/allocfail.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
 
@@ -160,33 +159,4 @@ TEST(StringMapLists, GiveBackWhatTheyTook)
         sortedBack.AddFromList(sorted.GetAsList(L",", L"\\"), L",", L'\\');
         ASSERT_EQ(PairsOf(sorted), PairsOf(sortedBack));
     }
-}
-
-TEST(StringMaps, WithoutMemoryStayAsTheyWere)
-{
-    const StringsAtRest rest;
-    SStringUnsortedMap map;
-    SString list;
-    const int points = WalkAllocationFailures(
-        [&] {
-            map.Clear();
-            map.AddFromList(L"one=1;two=2;three=3;four=4", L";", L'\0');
-            list.Empty();
-            SIdleConsumerList::Process().OnIdle(1);
-        },
-        [&] {
-            map.Set(L"five", L"5"); // grows the order table beyond 4
-            list = map.GetAsList(L';', L'\\');
-        },
-        [&](const AllocationTrial& trial) {
-            if (!trial.error)
-                return;
-            EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
-            EXPECT_TRUE(list.IsEmpty());
-            Pairs expected{ { L"one", L"1" }, { L"two", L"2" }, { L"three", L"3" }, { L"four", L"4" } };
-            if (map.Count() == 5)
-                expected.emplace_back(L"five", L"5");
-            EXPECT_EQ(expected, PairsOf(map));
-        });
-    EXPECT_GT(points, 0);
 }

@@ -4,7 +4,6 @@
 #include "modstate.h"
 #include "sexcept.h"
 
-#include "support/allocfail.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
 
@@ -195,23 +194,4 @@ TEST(StringTable, IsJoined)
     EXPECT_STREQ(L"a/b", table.Format(L"/"));
     EXPECT_STREQ(L"> a/b", table.Format(L"> ", L"/"));
     EXPECT_STREQ(L"", SStringTable().Format(L"(", L",", L")"));
-}
-
-TEST(StringTable, OutOfMemoryLeavesItAsItWas)
-{
-    SStringTable table;
-    WalkAllocationFailures(
-        [&] {
-            table = SStringTable{ L"a", SString(L'b', 3000) };
-        },
-        [&] {
-            table += table;
-            table = SString(L'c', 3000) + L"d";
-        },
-        [&](const AllocationTrial& trial) {
-            if (trial.error) {
-                EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
-                EXPECT_TRUE(table.Count() == 2 || table.Count() == 4);
-            }
-        });
 }

@@ -3,7 +3,6 @@
 
 #include "sexcept.h"
 
-#include "support/allocfail.h"
 #include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
@@ -60,12 +59,6 @@ TEST(Symbols, AreToldApartByNameAndId)
     EXPECT_EQ(3, copy.Count());
     symbols.Clear();
     EXPECT_EQ(0, symbols.Count());
-    WalkAllocationFailures(
-        [&] { symbols.Clear(); }, [&] { symbols.Set(SString(L'n', 3000), 1, SString(L'v', 3000)); },
-        [&](const AllocationTrial& trial) {
-            EXPECT_EQ(trial.error ? 0 : 1, symbols.Count());
-            EXPECT_EQ(trial.error == nullptr, symbols.Find(SString(L'n', 3000), 1) != nullptr);
-        });
 }
 
 TEST_F(Expanded, VariablesBecomeTheirValues)

@@ -39,6 +39,7 @@ struct Real {
 Real g_real;
 
 const char kCrt[] = "msvcrt.dll";
+const char kSystem[] = "kernel32.dll";
 const char kCxxRuntime[] = "libstdc++-6.dll";
 
 // Mangled names of operator new and new[]; size_t is spelled differently on the two targets.
@@ -101,6 +102,24 @@ void* TestCalloc(size_t count, size_t bytes)
 void* TestRealloc(void* block, size_t bytes)
 {
     return bytes != 0 && MustFail() ? NoMemory() : g_real.realloc(block, bytes);
+}
+
+// The failing call says so the way the system does.
+HGLOBAL NoGlobalMemory()
+{
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
+HGLOBAL WINAPI TestGlobalAlloc(UINT flags, SIZE_T bytes)
+{
+    return MustFail() ? NoGlobalMemory() : ::GlobalAlloc(flags, bytes);
+}
+
+HGLOBAL WINAPI TestGlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags)
+{
+    return (flags & GMEM_MODIFY) == 0 && MustFail() ? NoGlobalMemory()
+                                                    : ::GlobalReAlloc(memory, bytes, flags);
 }
 
 void* TestAlignedMalloc(size_t bytes, size_t alignment)
@@ -211,6 +230,8 @@ void AllocationFailures::Patch(HMODULE module)
     patch(kCrt, "calloc", TestCalloc);
     patch(kCrt, "realloc", TestRealloc);
     patch(kCrt, "_aligned_malloc", TestAlignedMalloc);
+    patch(kSystem, "GlobalAlloc", TestGlobalAlloc);
+    patch(kSystem, "GlobalReAlloc", TestGlobalReAlloc);
     patch(kCxxRuntime, kNewOne, TestNewOne);
     patch(kCxxRuntime, kNewMany, TestNewMany);
     patch(kCxxRuntime, kNewOne + kNoThrow, TestNewOneNoThrow);

@@ -9,6 +9,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 inline std::wstring Wide(const SString& text)
 {
@@ -35,6 +36,22 @@ struct StringHoldings {
             this);
     }
 };
+
+/// Takes all free blocks of the string pools, so that the next string of any class needs a new chunk.
+inline void FillPools(std::vector<SString>& hoard)
+{
+    SIdleConsumerList::Process().OnIdle(1);
+    for (const int length : { 17, 33, 65, 129, 257, 513, 1025, 2049 }) {
+        for (;;) {
+            const unsigned long before = SFixedAlloc::TotalBytes();
+            SString taken(L'h', length);
+            if (SFixedAlloc::TotalBytes() != before)
+                break; // the first block of a new chunk
+            hoard.push_back(std::move(taken));
+        }
+    }
+    SIdleConsumerList::Process().OnIdle(1); // the new chunks go again
+}
 
 /// Expects at its end that strings hold what they held at its beginning.
 class StringsAtRest {
