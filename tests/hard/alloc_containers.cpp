@@ -49,6 +49,8 @@ int AddMaps(const char* name)
               copy.Set(L"k2", Long(L'n'));
               return m.map = copy, true;
           } },
+        { "__STree::RemoveEntry __STree::Unlink",
+          [](M& m) { return m.map.Set(m.key, Long(L'g')) && m.map.Remove(m.key); } },
         // The key may be in the map before its text could be stored.
         { "SStringMapDetail::ReadList",
           [](M& m) { return m.map.AddFromList(L"x=1;" + m.key + L"=2;z=3", L";", L'\\') == 3; }, kKeepsSome },

@@ -156,7 +156,8 @@ const Row<Finds> kFinds[] = {
       [](Finds& f) {
           if (!f.one.FindFile(SString(Folder().c_str()) + L"\\plan.*"))
               return false;
-          return f.out = f.one.GetFileName() + f.one.GetFilePath(), true;
+          f.out = f.one.GetFileName() + f.one.GetFilePath();
+          return f.one.FindFile(SString(Folder().c_str()) + L"\\none.*") == 0; // and the first search is over
       } },
     { "SBaseFind::GetFileTitleW SBaseFind::GetFileURL",
       [](Finds& f) {

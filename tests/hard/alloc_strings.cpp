@@ -234,6 +234,12 @@ const Row<Blobs> kBlobs[] = {
           bytes[0] = 'L';
           return b.blob.Unlock(), true;
       } },
+    { "SBlob::ShareDataOf",
+      [](Blobs& b) {
+          SBlob other;
+          const bool made = other.Alloc(5) == 1;
+          return other = b.blob, made;
+      } },
     { "SBlob::Attach SBlob::Detach",
       [](Blobs& b) {
           const HGLOBAL memory = static_cast<HGLOBAL>(b.blob.Detach());
@@ -241,6 +247,7 @@ const Row<Blobs> kBlobs[] = {
               return false;
           SHGlobal keep(memory);
           SBlob again;
+          again.Alloc(5);
           again.Attach(memory, 12);
           keep.Detach();
           return b.text = again.GetAsHex(), true;
