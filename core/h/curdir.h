@@ -19,7 +19,7 @@ public:
     SCurrentDirectory(const SCurrentDirectory&) = delete;
     SCurrentDirectory& operator=(const SCurrentDirectory&) = delete;
 
-    /// The current directory in long names, with a backslash at its end.
+    /// The current directory in long names, with a backslash at its end; empty when the system does not tell.
     static SString Get();
     /// Makes a directory current.
     static int Set(const SString& directory);

@@ -17,9 +17,11 @@ SCurrentDirectory::~SCurrentDirectory()
 SString SCurrentDirectory::Get()
 {
     const DWORD room = ::GetCurrentDirectoryW(0, nullptr);
-    return SFile::NormalizeDirectoryName(
-        TextOfSystem(room > 0 ? room : MAX_PATH,
-                     [](wchar_t* buffer, DWORD units) { return ::GetCurrentDirectoryW(units, buffer); }));
+    const SString directory = TextOfSystem(room > 0 ? room : MAX_PATH, [](wchar_t* buffer, DWORD units) {
+        return ::GetCurrentDirectoryW(units, buffer);
+    });
+    // Of an empty text it would make the root.
+    return directory.IsEmpty() ? directory : SFile::NormalizeDirectoryName(directory);
 }
 
 int SCurrentDirectory::Set(const SString& directory)
