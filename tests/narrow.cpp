@@ -181,7 +181,7 @@ std::string Utf8Of(const std::wstring& wide)
 TEST(Converters, AnswerAsTheSystemForRandomTexts)
 {
     std::mt19937 random(TestSeed());
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < Cases(20000); ++round) {
         const unsigned kind = random() % 4;
         std::wstring wide;
         std::string narrow;
@@ -227,6 +227,10 @@ TEST(Converters, CarryEveryScalarValueThereAndBack)
     SUtf8String::UTF8ToWideChar(bytes.data(), static_cast<int>(utf8.size()), back.data(),
                                 static_cast<int>(back.size()));
     EXPECT_TRUE(all == back.data());
+    for (unsigned c = 0xD800; c < 0xE000; ++c) {
+        const wchar_t half = static_cast<wchar_t>(c);
+        ASSERT_TRUE(SUtf8String(&half, 1).IsEmpty()) << c;
+    }
 }
 
 TEST(Converters, TellNullAndEmptyApart)

@@ -281,7 +281,7 @@ TEST(Urls, BringEveryLegalPathBack)
 {
     std::mt19937 random(TestSeed());
     const std::wstring forbidden = L"\\/:*?<>|\"";
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < Cases(3000); ++round) {
         std::wstring path = round % 3 == 0   ? L"Q:\\"
                             : round % 3 == 1 ? L"\\\\srv\\share\\"
                                              : L"relative"; // no second separator in front

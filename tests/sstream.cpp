@@ -322,7 +322,7 @@ TEST(BinaryForm, OfTablesAndMapsIsTheirCountAndTheirStrings)
 TEST(BinaryForm, BringsRandomValuesBackFromAnySource)
 {
     std::mt19937 random(TestSeed());
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < Cases(300); ++round) {
         SOutputGlobal bytes;
         SOutputBinaryStream out(bytes);
         std::vector<SString> texts;

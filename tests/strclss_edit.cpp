@@ -75,7 +75,7 @@ int Sign(int n)
 TEST(StringEditing, AgreesWithTheStandardStringFromEveryStartingState)
 {
     const StringsAtRest rest;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < Cases(20000); ++round) {
         const int longest = round % 50 == 0 ? 5000 : 40;
         std::wstring model = RandomText(longest);
         SString s(model.c_str());
@@ -160,7 +160,7 @@ TEST(StringEditing, AgreesWithTheStandardStringFromEveryStartingState)
 
 TEST(StringSearch, AgreesWithTheStandardString)
 {
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < Cases(20000); ++round) {
         const std::wstring model = RandomText(60), wanted = RandomText(3);
         const SString s(model.c_str());
         const wchar_t c = L"abAz"[Below(4)];
@@ -195,7 +195,7 @@ TEST(StringSearch, AgreesWithTheStandardString)
 
 TEST(StringComparison, FormsAgreeAndNullIsEmpty)
 {
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < Cases(20000); ++round) {
         const std::wstring a = RandomText(8), b = RandomText(8);
         const SString s(a.c_str()), t(b.c_str());
         const int start = Below(10), count = Below(6);

@@ -145,7 +145,7 @@ TEST(StringMapLists, ReadAValueOfTheMapThatTheListReplaces)
 TEST(StringMapLists, GiveBackWhatTheyTook)
 {
     std::mt19937 random(TestSeed());
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < Cases(3000); ++round) {
         SStringUnsortedMap map, back;
         SStringMapNoCase sorted, sortedBack;
         for (int n = static_cast<int>(random() % 5); n > 0; --n) {

@@ -14,6 +14,7 @@
 #include "szipstream.h"
 
 #include "support/allocfail.h"
+#include "support/guardedtext.h"
 #include "support/stringhelp.h"
 #include "support/tempfolder.h"
 
@@ -73,6 +74,18 @@ TEST(Unseen, NumbersReadEveryDigitInTheirBase)
         EXPECT_EQ(n.value, SString(n.text).ToLONG(n.base)) << n.base;
 }
 
+TEST(Unseen, ASearchThatTurnsLinearStopsAtTheEndOfTheText)
+{
+    GuardedText guarded;
+    const std::wstring text(4000, L'a'), wanted = std::wstring(60, L'a') + L'b' + std::wstring(60, L'a');
+    guarded.ForEachPlace(text, [&](const wchar_t* at) {
+        EXPECT_EQ(nullptr, SSafeMemStr(at, text.size(), wanted.data(), wanted.size()));
+    });
+    // The unit behind the text would complete it.
+    const std::wstring ends = text + wanted;
+    EXPECT_EQ(nullptr, SSafeMemStr(ends.data(), ends.size() - 1, wanted.data(), wanted.size()));
+}
+
 TEST(Unseen, WordsEndAtForeignPunctuationAndKeepTheirMarks)
 {
     const struct {
@@ -117,8 +130,10 @@ TEST(Unseen, AnExceptionWithoutMemoryTellsItsPlaceInItsFullText)
         ADD_FAILURE() << "it had memory";
     }
     catch (const SEOutOfMemory& e) {
+        const SString shortOfMemory = e.GetFullText();
         failures.Disarm();
-        EXPECT_GE(e.GetFullText().FindPos(L'('), 0) << e.GetFullText();
+        EXPECT_NE(nullptr, shortOfMemory.Find(L"Thrown from:")) << shortOfMemory;
+        EXPECT_EQ(SString(shortOfMemory.PszStr()), shortOfMemory) << "its length is that of its text";
         EXPECT_NE(nullptr, e.GetFullText().Find(L"Thrown from:")) << e.GetFullText();
     }
     failures.Disarm();
@@ -275,6 +290,15 @@ TEST(Unseen, EscapesNeedTwoDigitsAndAPageNeedsNoName)
         EXPECT_NE(nullptr, SFile::URLToPath(url).Find(L'%')) << SFile::URLToPath(url);
     EXPECT_EQ(L"c:\\aJb", SFile::URLToPath(L"file:///c:/a%4Ab"));
     EXPECT_EQ(1, SFile::IsValidURL(L".htm"));
+}
+
+TEST(Unseen, ANameThatTheRunTimeCannotExpandGivesNone)
+{
+    const ImportPatch patch(
+        "CVCore16.dll", nullptr, "_wfullpath",
+        +[](wchar_t*, const wchar_t*, size_t) -> wchar_t* { return nullptr; });
+    ASSERT_TRUE(patch.Found());
+    EXPECT_EQ(L"", SFile::NormalizeFileName(L"c:\\some\\file.txt"));
 }
 
 TEST(Unseen, ConvertedTextsCanBeShared)

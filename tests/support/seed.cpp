@@ -13,3 +13,8 @@ unsigned TestSeed()
     }();
     return seed;
 }
+
+int Cases(int usual)
+{
+    return std::getenv("CV_LONG") ? 1000000 : usual;
+}

@@ -8,4 +8,8 @@
 /// program prints it at its start and, when a test failed, with the command that repeats the run.
 unsigned TestSeed();
 
+/// How many random cases a property is tried on: `usual`, or a million when the environment variable CV_LONG is set, as
+/// before a release. That takes minutes: set CV_TEST_SECONDS too, which the watchdog obeys.
+int Cases(int usual);
+
 #endif
