@@ -166,7 +166,8 @@ const Row<Finds> kFinds[] = {
           return f.out = f.one.GetFileTitleW() + f.one.GetFileURL(), true;
       } },
     { "SFileRecurseFind::FindFile SFileRecurseFind::FindInNextFolder SFileRecurseFind::ListFolders "
-      "SFileRecurseFind::TakeNextFolder SFileRecurseFind::IsNewFolder",
+      "SFileRecurseFind::TakeNextFolder SFileRecurseFind::IsNewFolder SFileRecurseFind::AddIfFolder "
+      "SFileRecurseFind::Take SFileRecurseFind::StartIn SFileRecurseFind::PutFirstOnTop SBaseFind::Open",
       [](Finds& f) {
           if (!f.all.FindFile(SString(Folder().c_str()) + L"\\deep.*", SBaseFind::kFollowLinks))
               return false;

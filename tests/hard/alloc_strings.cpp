@@ -144,10 +144,11 @@ int AddStrings(const char* name)
               SString::parts_iterator part(s.text, L' ');
               return s.result = *part, true;
           } },
-        { "SStringBuffer::Append SStringBuffer::MakeRoom SStringBuffer::Detach SString::GrowAhead",
+        { "SStringBuffer::Append SStringBuffer::operator<< SStringBuffer::MakeRoom SStringBuffer::Detach "
+          "SString::GrowAhead",
           [](S& s) {
               SStringBuffer buffer;
-              buffer << s.text << L"1" << s.other;
+              buffer << s.text << 1l << 2ul << -3ll << 4ull << s.other;
               return s.result = buffer.Detach(), true;
           } },
         { "SStringBuffer::Reserve SStringBuffer::Truncate",

@@ -117,7 +117,7 @@ const Reason kCannot[] = {
       "SFile::Is* SFile::Open SFile::OpenOrMake SFile::Read SFile::RemoveDirectoryW SFile::Rename "
       "SFile::*Position "
       "SFile::Seek SFile::Set* SFile::Valid* SFile::Write SSafeFile::* SBaseFind::* SFileFind::* "
-      "SFileRecurseFind::* "
+      "SFileRecurseFind::CountSkipped SFileRecurseFind::FindNextFileW "
       "SAttrMatchFindFilter::*",
       "asks the system with a path that is there; a path beyond MAX_PATH is made where it is walked" },
 };
