@@ -139,6 +139,27 @@ TEST(Unseen, AnExceptionWithoutMemoryTellsItsPlaceInItsFullText)
     failures.Disarm();
 }
 
+namespace {
+
+struct CopyFails {
+    CopyFails() = default;
+    CopyFails(const CopyFails&) { throw 1; }
+    CopyFails& operator=(const CopyFails&) = default;
+};
+
+} // namespace
+
+TEST(Unseen, AMapGivesTheEntryBackWhoseValueCouldNotBeCopied)
+{
+    SMap<int, CopyFails> map;
+    const CopyFails value;
+    const unsigned long before = SFixedAlloc::TotalBytes();
+    for (int round = 0; round < 5000; ++round)
+        EXPECT_THROW(map.Set(round, value), int);
+    EXPECT_EQ(0, map.Count());
+    EXPECT_LT(SFixedAlloc::TotalBytes(), before + 2 * 0x10000) << "one chunk may have been taken";
+}
+
 TEST(Unseen, AMapGivesTheEntryBackThatItRemoves)
 {
     SMap<SString, SString> sorted;
@@ -296,7 +317,7 @@ TEST(Unseen, ANameThatTheRunTimeCannotExpandGivesNone)
 {
     const ImportPatch patch(
         "CVCore16.dll", nullptr, "_wfullpath",
-        +[](wchar_t*, const wchar_t*, size_t) -> wchar_t* { return nullptr; });
+        +[](wchar_t* to, const wchar_t*, size_t) -> wchar_t* { return to[0] = L'x', nullptr; });
     ASSERT_TRUE(patch.Found());
     EXPECT_EQ(L"", SFile::NormalizeFileName(L"c:\\some\\file.txt"));
 }
