@@ -10,10 +10,10 @@
 //         });
 //     EXPECT_GT(points, 0);
 //
-// What fails: malloc, calloc, realloc, _aligned_malloc, GlobalAlloc, GlobalReAlloc and every operator new that the given modules import,
-// on the thread that armed it, and nowhere else. The library's DLL alone would miss what libstdc++ allocates
-// for it. Standard containers and streams of the test itself allocate through libstdc++ too: keep them out of
-// the armed part.
+// What fails: malloc, calloc, realloc, _aligned_malloc, GlobalAlloc, GlobalReAlloc and every operator new that the
+// given modules import, on the thread that armed it, and nowhere else. The library's DLL alone would miss what
+// libstdc++ allocates for it. Standard containers and streams of the test itself allocate through libstdc++ too:
+// keep them out of the armed part.
 #ifndef TESTS_ALLOCFAIL_H
 #define TESTS_ALLOCFAIL_H
 
