@@ -1,6 +1,7 @@
 // spath.cpp: paths as texts.
 #include "sfile.h"
 
+#include "strbuffer.h"
 #include "systempath.h"
 #include "tablemem.h"
 
@@ -60,10 +61,9 @@ STable<int> EndsOfParts(const SString& path)
 // does is found by halving: a path of thousands of parts must not be looked up thousands of times.
 SString ConvertNames(const SString& path, NameCall call)
 {
-    constexpr int kLongestPath = 32767; // the system's own limit
     if (path.IsEmpty())
         return path;
-    SString whole = path.Length() > kLongestPath ? SString() : Converted(path, call);
+    SString whole = path.Length() > kLongestSystemPath ? SString() : Converted(path, call);
     if (!whole.IsEmpty())
         return whole;
     const STable<int> ends = EndsOfParts(path);
@@ -72,7 +72,7 @@ SString ConvertNames(const SString& path, NameCall call)
     for (int low = 0, high = ends.Count() - 1; low < high;) {
         const int middle = low + (high - low) / 2;
         const int end = ends[middle];
-        SString converted = end > kLongestPath ? SString() : Converted(path.Left(end), call);
+        SString converted = end > kLongestSystemPath ? SString() : Converted(path.Left(end), call);
         if (converted.IsEmpty()) {
             high = middle;
         } else {
@@ -145,8 +145,10 @@ SString SFile::NormalizeFileName(const SString& path, int)
         return SString();
     const int room = std::max(text.Length(), static_cast<int>(MAX_PATH));
     SString expanded;
-    const bool fits =
-        ::_wfullpath(expanded.GetBufferSetLength(room), text, static_cast<size_t>(room)) != nullptr;
+    wchar_t* const buffer = expanded.GetBufferSetLength(room);
+    // Over a text that is too long for it the system takes time by its square.
+    const bool fits = text.Length() <= kLongestSystemPath &&
+                      ::_wfullpath(buffer, text, static_cast<size_t>(room)) != nullptr;
     expanded.UnlockTchar(fits ? -1 : 0);
     SString result = ToLongNames(expanded);
     if (IsDirectory(result)) {
@@ -175,12 +177,14 @@ SString SFile::SimplifyPath(const SString& path)
         else if (!goesUp || root == 0)
             steps.Add(step);
     }
-    SString result = path.Left(root);
+    SStringBuffer joined(path.Length());
+    joined.Append(path, root);
     for (int i = 0; i < steps.Count(); ++i) {
         if (i > 0)
-            result += kSeparator;
-        result += steps[i];
+            joined.Append(kSeparator);
+        joined.Append(steps[i]);
     }
+    SString result = joined.Detach();
     if (EndsWith(path, kSeparator) && !EndsWith(result, kSeparator) && !result.IsEmpty())
         result += kSeparator;
     return result.IsEmpty() && !path.IsEmpty() ? SString(L".") : result;
@@ -200,10 +204,12 @@ SString SFile::GetParentFolder(const wchar_t* path)
 {
     SString text(path);
     const int root = RootOf(text);
-    while (text.Length() > root && EndsWith(text, kSeparator))
-        text = text.Left(text.Length() - 1);
-    if (text.Length() <= root)
+    int length = text.Length();
+    while (length > root && text[length - 1] == kSeparator)
+        --length;
+    if (length <= root)
         return SString();
+    text = text.Left(length);
     const int end = text.ReverseFindPos(kSeparator);
     return end < root ? text.Left(root) : text.Left(end);
 }

@@ -17,7 +17,7 @@ constexpr int kLongestPlain = MAX_PATH - 12 - 1;
 SystemPath::SystemPath(const SString& path) : m_path(path)
 {
     const int length = path.Length();
-    if (static_cast<int>(std::wcslen(path)) != length) {
+    if (length > kLongestSystemPath || static_cast<int>(std::wcslen(path)) != length) {
         m_path = kNoPath;
         return;
     }
@@ -35,6 +35,8 @@ SystemPath::SystemPath(const SString& path) : m_path(path)
 
 SString FullPath(const SString& path)
 {
+    if (path.Length() > kLongestSystemPath)
+        return SString();
     return TextOfSystem(static_cast<DWORD>(path.Length()) + MAX_PATH, [&](wchar_t* buffer, DWORD room) {
         return ::GetFullPathNameW(path, room, buffer, nullptr);
     });

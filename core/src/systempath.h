@@ -4,8 +4,11 @@
 
 #include "strclss.h"
 
+/// The most characters that a path can have for the system. Longer ones are not shown to it: it takes its time over those.
+constexpr int kLongestSystemPath = 32767;
+
 /// A path for a call of the system: itself where that will do; for a long one its full form behind "\\?\"; for one with a NUL
-/// inside a text that every call refuses with ERROR_INVALID_NAME.
+/// inside, and one that is too long for the system, a text that every call refuses with ERROR_INVALID_NAME.
 class SystemPath {
 public:
     explicit SystemPath(const SString& path);
