@@ -7,6 +7,9 @@
 //     if (stock.Lookup(L"apples", n)) ...
 //     for (auto& [name, count] : stock)             // in the order of the keys
 //
+// A key is kept as the copy of what it was set with. A copy of a string that begins with a NUL is empty, so such a key is the
+// empty key: set, found and removed as that.
+//
 // Value    copying copies every pair, in linear time; moving and swapping cost nothing.
 // Threads  one map belongs to one thread at a time; reading on several is safe while none writes.
 // Failure  what must add an entry throws SEOutOfMemory, or what copying a key or value throws, and leaves the map as it was.
@@ -42,6 +45,9 @@ struct SAsc {
 
 /// Order of two texts by code unit. The first units are compared in line, two at a time: they tell most keys apart at a
 /// third of the cost of asking the library, and the ones that begin alike lose nothing by it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored                                                                               \
+    "-Warray-bounds" // of a literal key the compiler knows the size, but not that its length is asked
 inline int SCompareKeyTexts(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
 {
     constexpr size_t kInLine = 8;
@@ -57,6 +63,7 @@ inline int SCompareKeyTexts(const wchar_t* a, size_t aLength, const wchar_t* b, 
     }
     return SSafeMemCmp(a + i, aLength - i, b + i, bLength - i);
 }
+#pragma GCC diagnostic pop
 
 /// A plain text on its way through a search, measured once. Null is the empty text.
 struct STextProbe {
@@ -65,6 +72,13 @@ struct STextProbe {
     const wchar_t* text;
     size_t length;
 };
+
+/// The characters of a key as a map keeps it: a copy of a string that begins with a NUL is empty, so such a key is looked
+/// for as the empty one that it becomes.
+inline size_t SKeyLength(const SString& key)
+{
+    return *static_cast<const wchar_t*>(key) == L'\0' ? 0 : static_cast<size_t>(key.Length());
+}
 
 /// Strings by code unit; a plain text is looked for without being made a string.
 template <>
@@ -75,26 +89,30 @@ struct SAsc<SString> {
     {
         const wchar_t* const text = a;
         // Copies share their text, so a key is often looked for by its own.
-        return text == static_cast<const wchar_t*>(b) ? 0 : SCompareKeyTexts(text, Size(a), b, Size(b));
+        return text == static_cast<const wchar_t*>(b)
+                   ? 0
+                   : SCompareKeyTexts(text, SKeyLength(a), b, SKeyLength(b));
     }
     // With lengths, since a key may hold a NUL: to SSafeStrCmp it would end there and equal a shorter one.
     static int Compare(const STextProbe& a, const SString& b)
     {
-        return SCompareKeyTexts(a.text, a.length, b, Size(b));
+        return SCompareKeyTexts(a.text, a.length, b, SKeyLength(b));
     }
-
-private:
-    static size_t Size(const SString& text) { return static_cast<size_t>(text.Length()); }
 };
 
 /// Strings ignoring case.
 struct SAscNoCase {
     typedef const wchar_t* Other;
     typedef STextProbe Probe;
-    static int Compare(const SString& a, const SString& b) { return a.CompareNoCase(b); }
+    static int Compare(const SString& a, const SString& b)
+    {
+        const wchar_t* const text = a;
+        return text == static_cast<const wchar_t*>(b) ? 0
+                                                      : SSafeMemICmp(text, SKeyLength(a), b, SKeyLength(b));
+    }
     static int Compare(const STextProbe& a, const SString& b)
     {
-        return SSafeMemICmp(a.text, a.length, b, static_cast<size_t>(b.Length()));
+        return SSafeMemICmp(a.text, a.length, b, SKeyLength(b));
     }
 };
 
