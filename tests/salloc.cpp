@@ -13,7 +13,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -321,38 +320,4 @@ TEST(Pool, FailsCleanlyWithoutMemory)
         });
     EXPECT_GT(points, 0);
     EXPECT_THROW(SFixedAlloc(0x10000, 0x10000).Alloc(), SEOutOfMemory) << "the product overflows 32 bits";
-}
-
-TEST(PoolThreads, KeepEveryBlockAndEveryCount)
-{
-    SFixedAlloc pool(48, 64, L"Threads");
-    const unsigned seed = TestSeed();
-    constexpr int kThreads = 4, kRounds = 100000, kHeld = 50;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&pool, seed, t] {
-            std::mt19937 random(seed + t);
-            void* held[kHeld] = {};
-            for (int i = 0; i < kRounds; ++i) {
-                void*& place = held[random() % kHeld];
-                if (place) {
-                    ASSERT_EQ(t, static_cast<int*>(place)[1]) << "two owners of one block";
-                    pool.Free(place);
-                    place = nullptr;
-                } else {
-                    place = pool.Alloc();
-                    static_cast<int*>(place)[1] = t;
-                }
-                if (i % 5000 == 0)
-                    pool.FreeUnused();
-            }
-            for (void* block : held)
-                pool.Free(block);
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(0u, pool.InUse());
-    pool.FreeUnused();
-    EXPECT_EQ(0u, pool.Bytes());
 }

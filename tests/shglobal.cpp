@@ -19,7 +19,6 @@
 #include <new>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -251,28 +250,6 @@ TEST(Blobs, SayWhatFailed)
         }
         EXPECT_EQ("def", Bytes(second)) << "as it was";
     }
-}
-
-TEST(Blobs, AreSharedAcrossThreads)
-{
-    const SBlob origin = Blob("shared by all");
-    const auto work = [&origin] {
-        for (int i = 0; i < 100000; ++i) {
-            SBlob mine(origin);
-            SBlob again = mine;
-            if (i % 100 == 0)
-                static_cast<char*>(mine.Lock())[0] = 'X';
-        }
-    };
-    std::thread threads[] = { std::thread(work), std::thread(work), std::thread(work), std::thread(work) };
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ("shared by all", Bytes(origin));
-    SBlob last(origin);
-    const void* address = Address(origin);
-    const_cast<SBlob&>(origin).Free();
-    EXPECT_EQ(address, last.Lock()) << "the last owner writes in place: no reference was lost";
-    last.Unlock();
 }
 
 // ---- Text forms ----

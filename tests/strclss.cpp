@@ -13,7 +13,6 @@
 #include <cwchar>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -376,35 +375,6 @@ TEST(StringBuilder, GathersAndHandsItsBufferOver)
     EXPECT_STREQ(L"x", out.Text());
     out.Append(nullptr).Append(L"", 0).Append(L'y', -1);
     EXPECT_EQ(1, out.Length());
-}
-
-TEST(StringThreads, ShareOneBufferWithoutLosingACount)
-{
-    const StringsAtRest rest;
-    {
-        const SString text(L"shared between threads"), other(L'z', 4000);
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&text, &other] {
-                for (int i = 0; i < 1000000; ++i) {
-                    const SString copy(text);
-                    SString second(i % 2 ? copy : other);
-                    if (i % 64 == 0)
-                        second += L"!"; // parts from the shared buffer
-                }
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        EXPECT_STREQ(L"shared between threads", text.PszStr());
-        SString sole(text);
-        const wchar_t* const buffer = text;
-        sole.Empty();
-        const_cast<SString&>(text) += L"?";
-        EXPECT_EQ(33, text.Capacity());
-        EXPECT_EQ(buffer, static_cast<const wchar_t*>(text))
-            << "the count is 1 again, so the buffer is private";
-    }
 }
 
 TEST(StringLengths, ThatOverflowAreOutOfMemory)

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -18,7 +17,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -273,65 +271,6 @@ TEST(Map, HoldsMapsOfItsOwnKindAndTakesOneOfThemForAllOfIt)
     asMap = std::move(top.Find(8)->children);
     EXPECT_EQ(1, top.Count());
     EXPECT_EQ(81, top.Find(1)->weight);
-}
-
-namespace {
-
-// A map whose entries have a size that nobody else uses.
-template <int kBytes>
-void UseMapOf()
-{
-    struct Value {
-        char bytes[kBytes];
-    };
-    SMap<int, Value> map;
-    map[1];
-}
-
-// Works under the idle list's lock, as every idle consumer does.
-struct MapUsingConsumer : SIdleConsumer {
-    std::thread other;
-
-    int OnIdle(int) override
-    {
-        other = std::thread(UseMapOf<5004>);
-        ::Sleep(50); // it waits for the idle list now, to register its pool
-        UseMapOf<5008>();
-        return 0;
-    }
-};
-
-} // namespace
-
-// Hung while a thread that made a pool held a lock of the pools and waited for that of the idle list.
-TEST(EntryPools, AreMadeInAnIdleConsumerWhileAnotherThreadMakesOne)
-{
-    MapUsingConsumer consumer;
-    SIdleConsumerList::Process().OnIdle(0);
-    consumer.other.join();
-}
-
-TEST(EntryPools, AreOneForASizeHoweverManyThreadsAskFirst)
-{
-    for (unsigned long bytes = 6000; bytes < 6400; bytes += 4) {
-        SFixedAlloc* pools[4] = {};
-        std::atomic<int> waiting{ 0 };
-        std::vector<std::thread> threads;
-        for (unsigned long i = 0; i < 4; ++i) {
-            threads.emplace_back([&, i] {
-                for (++waiting; waiting < 4;)
-                    ::Sleep(0);
-                pools[i] = SEntryPool(bytes - i);
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        for (SFixedAlloc* pool : pools) {
-            ASSERT_NE(nullptr, pool);
-            ASSERT_EQ(pools[0], pool) << "a size is rounded up to words: " << bytes;
-        }
-        ASSERT_EQ(bytes, pools[0]->ElementSize());
-    }
 }
 
 TEST(TreeEngine, AddsReplacesAndRemovesThroughTheTraits)

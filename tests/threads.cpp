@@ -1,0 +1,185 @@
+// What may be shared between threads, used by several at a time. The native lane runs this too, where a checker follows each
+// access: only what is the same there may be used here.
+#include "salloc.h"
+#include "shglobal.h"
+#include "smap.h"
+
+#include "support/seed.h"
+#include "support/stringhelp.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/// How often to do what is done so often: CV_ROUNDS is the most, for a checker that takes a thousand times as long.
+int Rounds(int usual)
+{
+    static const char* const most = std::getenv("CV_ROUNDS");
+    return most ? std::min(usual, std::atoi(most)) : usual;
+}
+
+std::string Bytes(const SBlob& blob)
+{
+    const std::string text(static_cast<const char*>(blob.LockForRead()), blob.GetSize());
+    blob.Unlock();
+    return text;
+}
+
+} // namespace
+
+TEST(StringThreads, ShareOneBufferWithoutLosingACount)
+{
+    const StringsAtRest rest;
+    {
+        const SString text(L"shared between threads"), other(L'z', 4000);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&text, &other] {
+                for (int i = 0; i < Rounds(1000000); ++i) {
+                    const SString copy(text);
+                    SString second(i % 2 ? copy : other);
+                    if (i % 64 == 0)
+                        second += L"!"; // parts from the shared buffer
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_STREQ(L"shared between threads", text.PszStr());
+        SString sole(text);
+        const wchar_t* const buffer = text;
+        sole.Empty();
+        const_cast<SString&>(text) += L"?";
+        EXPECT_EQ(33, text.Capacity());
+        EXPECT_EQ(buffer, static_cast<const wchar_t*>(text))
+            << "the count is 1 again, so the buffer is private";
+    }
+}
+
+TEST(BlobThreads, ShareOneContentWithoutLosingAReference)
+{
+    SBlob origin;
+    ASSERT_EQ(1, origin.SetAsText(L"shared by all"));
+    const auto work = [&shared = std::as_const(origin)] {
+        for (int i = 0; i < Rounds(100000); ++i) {
+            SBlob mine(shared);
+            SBlob again = mine;
+            if (i % 100 == 0)
+                static_cast<char*>(mine.Lock())[0] = 'X';
+        }
+    };
+    std::thread threads[] = { std::thread(work), std::thread(work), std::thread(work), std::thread(work) };
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ("shared by all", Bytes(origin));
+    SBlob last(origin);
+    const void* const address = origin.LockForRead();
+    origin.Unlock();
+    origin.Free();
+    EXPECT_EQ(address, last.Lock()) << "the last owner writes in place: no reference was lost";
+    last.Unlock();
+}
+
+TEST(PoolThreads, KeepEveryBlockAndEveryCount)
+{
+    SFixedAlloc pool(48, 64, L"Threads");
+    const unsigned seed = TestSeed();
+    constexpr int kThreads = 4, kHeld = 50;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&pool, seed, t] {
+            std::mt19937 random(seed + t);
+            void* held[kHeld] = {};
+            for (int i = 0; i < Rounds(100000); ++i) {
+                void*& place = held[random() % kHeld];
+                if (place) {
+                    ASSERT_EQ(t, static_cast<int*>(place)[1]) << "two owners of one block";
+                    pool.Free(place);
+                    place = nullptr;
+                } else {
+                    place = pool.Alloc();
+                    static_cast<int*>(place)[1] = t;
+                }
+                if (i % 5000 == 0)
+                    pool.FreeUnused();
+            }
+            for (void* block : held)
+                pool.Free(block);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(0u, pool.InUse());
+    pool.FreeUnused();
+    EXPECT_EQ(0u, pool.Bytes());
+}
+
+// ---- Pools of entries ----
+
+namespace {
+
+// A map whose entries have a size that nobody else uses.
+template <int kBytes>
+void UseMapOf()
+{
+    struct Value {
+        char bytes[kBytes];
+    };
+    SMap<int, Value> map;
+    map[1];
+}
+
+// Works under the idle list's lock, as every idle consumer does.
+struct MapUsingConsumer : SIdleConsumer {
+    std::thread other;
+
+    int OnIdle(int) override
+    {
+        other = std::thread(UseMapOf<5004>);
+        ::Sleep(50); // it waits for the idle list now, to register its pool
+        UseMapOf<5008>();
+        return 0;
+    }
+};
+
+} // namespace
+
+// Hung while a thread that made a pool held a lock of the pools and waited for that of the idle list.
+TEST(EntryPools, AreMadeInAnIdleConsumerWhileAnotherThreadMakesOne)
+{
+    MapUsingConsumer consumer;
+    SIdleConsumerList::Process().OnIdle(0);
+    consumer.other.join();
+}
+
+TEST(EntryPools, AreOneForASizeHoweverManyThreadsAskFirst)
+{
+    for (unsigned long bytes = 6000; bytes < 6400; bytes += 4) {
+        SFixedAlloc* pools[4] = {};
+        std::atomic<int> waiting{ 0 };
+        std::vector<std::thread> threads;
+        for (unsigned long i = 0; i < 4; ++i) {
+            threads.emplace_back([&, i] {
+                for (++waiting; waiting < 4;)
+                    ::Sleep(0);
+                pools[i] = SEntryPool(bytes - i);
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        for (SFixedAlloc* pool : pools) {
+            ASSERT_NE(nullptr, pool);
+            ASSERT_EQ(pools[0], pool) << "a size is rounded up to words: " << bytes;
+        }
+        ASSERT_EQ(bytes, pools[0]->ElementSize());
+    }
+}
