@@ -8,7 +8,7 @@ status=0
 # expect CASE STATUS TEXT: the run of that case ends with STATUS (or "any" but 0) and prints TEXT.
 expect() {
     local got=0 output
-    output=$(CV_TEST_SECONDS="${4:-240}" "$runner" "$program" --gtest_filter="$1" 2>&1) || got=$?
+    output=$(CV_HUNG_SECONDS="${4:-240}" "$runner" "$program" --gtest_filter="$1" 2>&1) || got=$?
     if { [ "$2" = any ] && [ "$got" -ne 0 ]; } || [ "$2" = "$got" ]; then
         if grep -q -- "$3" <<<"$output"; then
             echo "as it should be: $1"

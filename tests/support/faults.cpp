@@ -4,6 +4,7 @@
 
 #include <tlhelp32.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 
@@ -21,6 +22,14 @@ struct Module {
 
 Module g_modules[kMaxModules];
 int g_moduleCount;
+std::atomic<void (*)()> g_tell(nullptr);
+std::atomic<DWORD> g_watchUntil; // a tick count
+
+void Tell()
+{
+    if (void (*const tell)() = g_tell.exchange(nullptr))
+        tell();
+}
 
 void Print(const char* format, ...)
 {
@@ -168,17 +177,29 @@ LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* fault)
     }
     PrintPlace(", at ", reinterpret_cast<DWORD_PTR>(record.ExceptionAddress));
     PrintStack(*fault->ContextRecord);
+    Tell();
     TerminateProcess(GetCurrentProcess(), kExitCrashed);
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-DWORD WINAPI Watch(void* milliseconds)
+// Milliseconds until the watchdog ends the program; 0 when it is time.
+DWORD LeftToWatch()
 {
-    Sleep(static_cast<DWORD>(reinterpret_cast<DWORD_PTR>(milliseconds)));
-    Print("\nHUNG: not ended after %lu ms; the threads stand at (newest first, stale entries possible):\n",
-          static_cast<DWORD>(reinterpret_cast<DWORD_PTR>(milliseconds)));
+    const DWORD left = g_watchUntil - GetTickCount();
+    return left < 0x80000000 ? left : 0;
+}
+
+DWORD WINAPI Watch(void*)
+{
+    // In short steps: the time may be made shorter meanwhile.
+    while (const DWORD left = LeftToWatch())
+        Sleep(left < 1000 ? left : 1000);
+    Print("\nHUNG: the program does not end, or does not get on; the threads stand at (newest first, stale "
+          "entries "
+          "possible):\n");
     ReadModules();
     PrintOtherThreads();
+    Tell();
     TerminateProcess(GetCurrentProcess(), kExitHung);
     return 0;
 }
@@ -193,11 +214,21 @@ void ReportCrashes()
 
 void StartWatchdog(unsigned seconds)
 {
-    const DWORD_PTR milliseconds = DWORD_PTR(seconds) * 1000;
-    const HANDLE thread = CreateThread(nullptr, 0, Watch, reinterpret_cast<void*>(milliseconds), 0, nullptr);
+    RestartWatchdog(seconds);
+    const HANDLE thread = CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr);
     if (!thread) {
         Print("watchdog: no thread, error %lu\n", GetLastError());
         TerminateProcess(GetCurrentProcess(), kExitCrashed);
     }
     CloseHandle(thread);
+}
+
+void RestartWatchdog(unsigned seconds)
+{
+    g_watchUntil = GetTickCount() + seconds * 1000;
+}
+
+void AtFault(void (*tell)())
+{
+    g_tell = tell;
 }

@@ -15,4 +15,11 @@ void ReportCrashes();
 /// ends the program with kExitHung.
 void StartWatchdog(unsigned seconds);
 
+/// Gives the program so many seconds from now: for one that works on many inputs and must get on with each.
+void RestartWatchdog(unsigned seconds);
+
+/// Called before the program ends with kExitHung or kExitCrashed, to save what it was at work on. The process is broken
+/// then: nothing on the heap may be touched. Null calls nothing.
+void AtFault(void (*tell)());
+
 #endif

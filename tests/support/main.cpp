@@ -18,7 +18,7 @@ const unsigned kHungAfterSeconds = 240;
 
 unsigned HungAfterSeconds()
 {
-    const char* asked = std::getenv("CV_TEST_SECONDS");
+    const char* asked = std::getenv("CV_HUNG_SECONDS");
     return asked ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : kHungAfterSeconds;
 }
 

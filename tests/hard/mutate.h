@@ -1,0 +1,37 @@
+// mutate.h: inputs made of good ones.
+//
+//     Mutator mutator(target, TestSeed());
+//     const std::string input = mutator.Next();
+#ifndef TESTS_MUTATE_H
+#define TESTS_MUTATE_H
+
+#include "target.h"
+
+#include <random>
+#include <string>
+
+class Mutator {
+public:
+    /// The same seed gives the same inputs, however many are taken.
+    Mutator(const Target& target, unsigned seed);
+
+    /// A seed of the target after one to eight changes: flipped bits, spliced and moved pieces, lengths and numbers next to
+    /// the powers of two, the target's own words, cuts. At most kLongest bytes.
+    std::string Next();
+
+    static constexpr size_t kLongest = 4000;
+
+private:
+    size_t Below(size_t end) { return end == 0 ? 0 : static_cast<size_t>(m_random() % end); }
+    size_t Place(const std::string& input) { return Below(input.size() + 1) / m_target.unit * m_target.unit; }
+    unsigned NearPowerOfTwo();
+    std::string NumberText();
+    std::string Special();
+    void Change(std::string& input);
+
+    const Target& m_target;
+    const Inputs m_seeds;
+    std::mt19937 m_random;
+};
+
+#endif
