@@ -2,6 +2,7 @@
 # process (here, at directory scope), and what holds for our own code only (cv_own_code).
 
 option(CVCORE_CHECKED "Build the library's own checks (guards, foreign pointers, broken lists)" OFF)
+option(CVCORE_GUARD "Tests on a C heap that sees every byte too far; pools pass each block to it" OFF)
 option(CVCORE_TRAP "Let undefined behaviour trap; harden the standard library" OFF)
 
 set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
@@ -22,6 +23,10 @@ add_link_options(LINKER:--dynamicbase LINKER:--nxcompat LINKER:--no-insert-times
 
 if(CVCORE_TRAP)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
+if(CVCORE_GUARD)
+    # Inline code in the headers asks for it. In a pool's chunk an overrun of a string would hit the next string.
+    add_compile_definitions(CVCORE_POOLS_PASS)
 endif()
 
 # Warnings are errors in our own code; other people's (GoogleTest) is left as it is.

@@ -17,7 +17,7 @@ function(cv_support_library)
 
     add_library(test_support STATIC
         support/main.cpp support/seed.cpp support/faults.cpp
-        support/importpatch.cpp support/allocfail.cpp support/counters.cpp)
+        support/importpatch.cpp support/allocfail.cpp support/counters.cpp support/guardheap.cpp)
     cv_own_code(test_support)
     target_compile_options(test_support PRIVATE -g)
     target_include_directories(test_support PUBLIC support)

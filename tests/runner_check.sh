@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# runner_check.sh WINE-TEST MISBEHAVE.exe: whether the runner sees each way in which a test program can go
-# wrong.
+# runner_check.sh WINE-TEST MISBEHAVE.exe [guarded]: whether the runner sees each way in which a test program can go
+# wrong. With a guarded heap one byte too far is such a way.
 set -euo pipefail
 runner=$1 program=$2
 status=0
@@ -27,4 +27,11 @@ expect 'Misbehave.EndsEarlyWithStatus0' 1 'without its closing line'
 expect 'Misbehave.Hangs' 98 'HUNG: .*' 1
 expect 'Misbehave.Hangs' 98 ' misbehave.exe+0x' 1
 expect 'Misbehave.NoSuchCase' any 'no test ran'
+if [ "${3:-}" = guarded ]; then
+    for where in BehindABlock BehindAnArray BehindABlockOfAPool BehindAString InABlockThatIsNoMore; do
+        expect "OneByteTooFar.$where" 99 'CRASH: code 0xc0000005 .* reading 0x.*, at misbehave.exe+0x'
+    done
+    expect 'OneByteTooFar.InFrontOfABlock' 99 'something was written in front of a block'
+    expect 'OneByteTooFar.BehindABlockOfAnOddSize' 99 'something was written behind a block'
+fi
 exit $status

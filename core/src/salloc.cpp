@@ -405,6 +405,32 @@ void* SFixedAlloc::AllocFromNewChunk() noexcept
     return block;
 }
 
+#ifdef CVCORE_POOLS_PASS
+
+// Blocks stand 4 bytes behind a multiple of 8, as in a chunk.
+void* SFixedAlloc::AllocFromHeap() noexcept
+{
+    Block* const block = static_cast<Block*>(std::malloc(sizeof(Block) + m_elementSize));
+    if (!block)
+        return nullptr;
+    block[1].next = nullptr;
+    Enter();
+    m_inUse += Accounts();
+    Leave();
+    return block + 1;
+}
+
+void SFixedAlloc::FreeToHeap(void* block) noexcept
+{
+    std::free(static_cast<Block*>(block) - 1);
+    Enter();
+    ++m_freedCount;
+    m_inUse -= Accounts();
+    Leave();
+}
+
+#endif
+
 void SFixedAlloc::FreeIntoBadRegion(Block* block) noexcept
 {
     if (IsLockedBad(block))

@@ -1,5 +1,6 @@
 // The main of every test program: GoogleTest between a crash report, a watchdog and a closing line.
 #include "faults.h"
+#include "guardheap.h"
 #include "seed.h"
 
 #include <gtest/gtest.h>
@@ -80,6 +81,9 @@ __attribute__((section(".CRT$XLF"), used)) const PIMAGE_TLS_CALLBACK g_countStar
 int main(int argc, char** argv)
 {
     ReportCrashes();
+#ifdef CVCORE_POOLS_PASS
+    GuardHeap();
+#endif
     StartWatchdog(HungAfterSeconds());
     testing::InitGoogleTest(&argc, argv);
     WaitForBackgroundThreads();
@@ -98,6 +102,11 @@ int main(int argc, char** argv)
         std::printf("no test ran\n");
         return 1;
     }
+#ifdef CVCORE_POOLS_PASS
+    const GuardHeapCounts counts = CountGuardedBlocks();
+    std::printf("guarded heap: %lu blocks, and %lu for which there was no room\n", counts.guarded,
+                counts.unguarded);
+#endif
     // tools/wine-test looks for this line.
     std::printf("test program passed: %d tests, %d skipped\n", unit.successful_test_count(),
                 unit.skipped_test_count());
