@@ -21,10 +21,10 @@
 namespace {
 
 /// How often to do what is done so often: CV_ROUNDS is the most, for a checker that takes a thousand times as long.
+const char* const g_mostRounds = std::getenv("CV_ROUNDS");
 int Rounds(int usual)
 {
-    static const char* const most = std::getenv("CV_ROUNDS");
-    return most ? std::min(usual, std::atoi(most)) : usual;
+    return g_mostRounds ? std::min(usual, std::atoi(g_mostRounds)) : usual;
 }
 
 std::string Bytes(const SBlob& blob)
