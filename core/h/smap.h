@@ -45,9 +45,9 @@ struct SAsc {
 
 /// Order of two texts by code unit. The first units are compared in line, two at a time: they tell most keys apart at a
 /// third of the cost of asking the library, and the ones that begin alike lose nothing by it.
+// Of a literal key the compiler knows the size, but not that its length is asked.
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored                                                                               \
-    "-Warray-bounds" // of a literal key the compiler knows the size, but not that its length is asked
+#pragma GCC diagnostic ignored "-Warray-bounds"
 inline int SCompareKeyTexts(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
 {
     constexpr size_t kInLine = 8;
