@@ -34,10 +34,6 @@ inline bool HasSsse3()
     return __builtin_cpu_supports("ssse3") != 0;
 }
 
-/// A function that reads beyond the end of what it is given, where the page's rest can be read: tools that know where memory ends
-/// must not look.
-#define S_READS_PAGES __attribute__((no_sanitize("address")))
-
 /// Number of the lowest and of the highest bit that is set; `bits` must not be 0.
 inline int LowestBit(unsigned bits)
 {
