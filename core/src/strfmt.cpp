@@ -7,6 +7,7 @@
 #include "copytext.h"
 #include "numbertext.h"
 #include "strbuffer.h"
+#include "textkern.h"
 
 #include <algorithm>
 #include <climits>
@@ -107,18 +108,16 @@ public:
     Formatter(const Formatter&) = delete;
     Formatter& operator=(const Formatter&) = delete;
 
-    /// False for a format with %n, which would write through an argument: it is refused whole.
-    bool Run()
+    void Run()
     {
         while (*m_at) {
             const wchar_t* literal = m_at;
             while (*m_at && *m_at != L'%')
                 ++m_at;
             m_out.Put(literal, static_cast<int>(m_at - literal));
-            if (*m_at && !ConvertBare() && !Convert())
-                return false;
+            if (*m_at && !ConvertBare())
+                Convert();
         }
-        return true;
     }
 
 private:
@@ -145,7 +144,7 @@ private:
         return true;
     }
 
-    bool Convert()
+    void Convert()
     {
         ++m_at;
         Item item;
@@ -163,10 +162,9 @@ private:
         item.size = ReadSize();
         item.type = *m_at;
         if (!item.type)
-            return true; // an unfinished conversion at the end says nothing
+            return; // an unfinished conversion at the end says nothing
         ++m_at;
         Write(item);
-        return item.type != L'n';
     }
 
     bool ReadFlag(Item& item) const
@@ -421,15 +419,31 @@ private:
     va_list m_arguments;
 };
 
+// %n would write through an argument: a format with it is refused whole, before anything is made.
+bool StoresCount(const wchar_t* at)
+{
+    if (*TextKern::FindCharOrEnd(at, L'n') == L'\0')
+        return false;
+    while ((at = std::wcschr(at, L'%')) != nullptr) {
+        at += 1 + std::wcsspn(at + 1, L"-+ #0123456789*.lhwILztj");
+        if (*at == L'n')
+            return true;
+        if (*at)
+            ++at;
+    }
+    return false;
+}
+
 } // namespace
 
 SString& SString::FormatV(const wchar_t* format, va_list arguments)
 {
-    Sink out;
-    if (!format || !Formatter(out, format, arguments).Run()) {
+    if (!format || StoresCount(format)) {
         Empty();
         return *this;
     }
+    Sink out;
+    Formatter(out, format, arguments).Run();
     SString text = out.Take(); // only now: the arguments may point into this string
     swap(text);
     return *this;

@@ -127,6 +127,7 @@ const Reason kElsewhere[] = {
     { "SThrowTarget::Activate", "starget: the register keeps each name it sees" },
     { "SObject::operator?new *::CreateObject", "baseobj: throws SECOMException" },
     { "SRichEditCtrl::GetRtf SRichEditCtrl::StreamOut", "rtfdoc: through the system's control" },
+    { "cv_*", "cface: one function for each way in which the flat face allocates" },
     { "SRtfDocument::Extract* SRtfDocument::ChangeFontAndColor SRtfDocument::GetNextTag "
       "SRtfDocument::RemoveTag "
       "SRtfDocument::SkipSpace",
