@@ -46,7 +46,7 @@ finish() {
 }
 
 "$source/run" --list >listed || fail "./run --list fails"
-for main in samples/*/main.cpp; do
+for main in samples/*/main.c*; do
     sample=$(basename "$(dirname "$main")")
     readme=samples/$sample/README.md
     [ -f "$readme" ] || { fail "$sample has no README.md"; continue; }
