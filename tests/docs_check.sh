@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # docs_check.sh [-l LANGUAGE] PAGE... -- SOURCE...: every piece of code in the pages stands in one of the sources, line after
-# line. The language is the one that the pieces are marked with, cpp when it is not given.
+# line; "..." stands for code that is left out. The language is the one that the pieces are marked with, cpp when it is not given.
 set -euo pipefail
 language=cpp
 if [ "$1" = -l ]; then
@@ -27,9 +27,10 @@ awk -v fence='```'"$language" '
             while ((getline line < page) > 0) {
                 ++number
                 if (line == fence) { inside = 1; piece = "\n"; from = number; continue }
-                if (inside && line == "```") {
-                    inside = 0; ++pieces
+                if (inside && (line == "```" || line == "...")) {
+                    inside = line == "..."; ++pieces
                     if (!is_shown(piece)) { print page ":" from ": this code is in no sample and no test"; bad = 1 }
+                    piece = "\n"; from = number
                     continue
                 }
                 if (inside)

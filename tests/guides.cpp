@@ -32,7 +32,32 @@ class Pane : public SObject {
 };
 S_IMPLEMENT_DYNCREATE(Pane, SObject)
 
+// ---- docs/failures.md ----
+
+void OpenPlan(const SString& message)
+{
+    const STargetedException e(S_HERE, L"Load", message, 17);
+    if (e.HasTarget())
+        throw e;
+}
+
 } // namespace
+
+TEST(Guides, TargetedExceptionsAreThrownWhereSomebodyIsReady)
+{
+    SString seen;
+    EXPECT_NO_THROW(OpenPlan(L"nobody is ready"));
+    SActiveThrowTarget here(L"Load,Import");
+    try {
+        OpenPlan(L"no such plan");
+    }
+    catch (const STargetedException& e) {
+        if (!e.Match(here))
+            throw;
+        seen = e.GetText();
+    }
+    EXPECT_STREQ(L"no such plan", seen);
+}
 
 TEST(Guides, BlobsShareUntilOneIsLocked)
 {

@@ -66,7 +66,7 @@ file(GLOB cv_shown_code CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/samples/*.h"
     "${PROJECT_SOURCE_DIR}/samples/*.cpp" "${PROJECT_SOURCE_DIR}/samples/*/*.cpp"
     "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp"
     "${CMAKE_CURRENT_SOURCE_DIR}/support/*.h")
-set(cv_guides bytes classes containers drawing files gradients moving plainpointers resources rtf streams strings threads
+set(cv_guides bytes classes containers drawing failures files gradients moving plainpointers resources rtf streams strings threads
     windows)
 list(TRANSFORM cv_guides PREPEND "${PROJECT_SOURCE_DIR}/docs/")
 list(TRANSFORM cv_guides APPEND .md)
