@@ -30,6 +30,15 @@ int Find(int kind, SNotificationManager::Subscriber subscriber, const void* cont
     return -1;
 }
 
+// A list that nobody is in holds no room either: it would stay for the rest of the process.
+void Leave(int at)
+{
+    STable<Entry>& entries = Entries();
+    entries.Remove(at);
+    if (entries.Count() == 0)
+        entries.Clear();
+}
+
 class Calling {
 public:
     Calling() noexcept { ++g_calling; }
@@ -37,10 +46,10 @@ public:
     {
         if (--g_calling > 0)
             return;
-        STable<Entry>& entries = Entries();
+        const STable<Entry>& entries = Entries();
         for (int i = entries.Count() - 1; i >= 0; --i) {
             if (!entries[i].subscriber)
-                entries.Remove(i);
+                Leave(i);
         }
     }
     Calling(const Calling&) = delete;
@@ -63,7 +72,7 @@ int SNotificationManager::Unsubscribe(int kind, Subscriber subscriber, void* con
     if (g_calling > 0)
         Entries()[at].subscriber = nullptr;
     else
-        Entries().Remove(at);
+        Leave(at);
     return 1;
 }
 
