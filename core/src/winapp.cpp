@@ -40,6 +40,20 @@ bool IsMessageWaiting()
     return ::PeekMessageW(&waiting, nullptr, 0, 0, PM_NOREMOVE) != FALSE;
 }
 
+SString FileNameOf(HINSTANCE program)
+{
+    wchar_t path[MAX_PATH + 1];
+    const DWORD length = ::GetModuleFileNameW(program, path, MAX_PATH);
+    return SString(path, static_cast<int>(length));
+}
+
+SString NameOf(const SString& path)
+{
+    const SString name = path.Mid(path.ReverseFindPos(L'\\') + 1);
+    const int mark = name.ReverseFindPos(L'.');
+    return mark < 0 ? name : name.Left(mark);
+}
+
 // Input is what a person does, as against what the system asks for.
 bool IsMouseMove(UINT message)
 {
@@ -90,11 +104,14 @@ SWinApp* SWinApp::Get() noexcept
 
 int SWinApp::Init(HINSTANCE instance, HINSTANCE, char* commandLine, int show)
 {
-    m_instance = instance ? instance : ::GetModuleHandleW(nullptr);
+    const HINSTANCE program = instance ? instance : ::GetModuleHandleW(nullptr);
+    // The texts before anything is taken over: a text that cannot be held leaves the application as it was.
+    SString line = commandLine ? SString(commandLine) : SString(::GetCommandLineW());
+    m_appName = NameOf(FileNameOf(program));
+    m_commandLine = std::move(line);
+    m_instance = program;
     m_show = show;
     m_namesProgram = !commandLine;
-    m_commandLine = commandLine ? SString(commandLine) : SString(::GetCommandLineW());
-    m_appName = GetExeName();
     return 1;
 }
 
@@ -372,17 +389,12 @@ void SWinApp::DoWaitCursor(int change)
 
 SString SWinApp::GetExeFileName() const
 {
-    wchar_t path[MAX_PATH + 1];
-    const DWORD length = ::GetModuleFileNameW(m_instance, path, MAX_PATH);
-    return SString(path, static_cast<int>(length));
+    return FileNameOf(m_instance);
 }
 
 SString SWinApp::GetExeName() const
 {
-    const SString path = GetExeFileName();
-    const SString name = path.Mid(path.ReverseFindPos(L'\\') + 1);
-    const int mark = name.ReverseFindPos(L'.');
-    return mark < 0 ? name : name.Left(mark);
+    return NameOf(FileNameOf(m_instance));
 }
 
 int SWinApp::IsRegServerCmdLine() const
