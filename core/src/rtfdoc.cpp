@@ -43,7 +43,9 @@ SRtfDocument::SRtfDocument(const SString& rtf) : SRtfDocument(static_cast<SWnd*>
         SetRtfText(rtf);
 }
 
-SRtfDocument::SRtfDocument(const SRtfDocument& other) : SDlg(), m_pParent(other.m_pParent)
+// By way of another constructor, so that a content that cannot be copied ends in the destructor, which gives the shared host
+// back.
+SRtfDocument::SRtfDocument(const SRtfDocument& other) : SRtfDocument(other.m_pParent)
 {
     CopyContent(other);
 }
