@@ -12,9 +12,10 @@
 // Value    copies freely and owns nothing: m_polyPoints stays the caller's.
 // Threads  the user-interface thread, as everything that paints.
 // Failure  nothing is reported. What cannot be painted stays as it was (of two layers the first may be there
-//          without the second), nothing leaks: no GDI+, no memory, no such kind; an empty rectangle; one beyond 2^24 pixels; fewer than three corners; a device context
-//          without a path; for the kinds with a border or a highlight also a scale that is not above 0 and at
-//          most 10,000-fold. A rectangle may be given with its edges turned round.
+//          without the second), nothing leaks: no GDI+, no memory, no such kind; an empty rectangle; one
+//          beyond 2^24 pixels; fewer than three corners; a device context without a path; for the kinds with a
+//          border or a highlight also a scale that is not above 0 and at most 10,000-fold. A rectangle may be
+//          given with its edges turned round.
 // Cost     one fill of GDI+ for each layer, however many colours: one layer for most kinds, two for the
 //          gradient button and up to four for the glass ones.
 //
