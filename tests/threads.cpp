@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -25,6 +26,34 @@ const char* const g_mostRounds = std::getenv("CV_ROUNDS");
 int Rounds(int usual)
 {
     return g_mostRounds ? std::min(usual, std::atoi(g_mostRounds)) : usual;
+}
+
+constexpr int kThreads = 8;
+
+/// Does `work`, given the thread's number and dice of its own, on all threads at a time.
+template <typename Work>
+void OnAllThreads(Work work)
+{
+    const unsigned seed = TestSeed();
+    std::atomic<int> waiting{ 0 };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&work, &waiting, seed, t] {
+            std::mt19937 dice(seed + static_cast<unsigned>(t));
+            for (++waiting; waiting < kThreads;)
+                std::this_thread::yield();
+            work(t, dice);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+/// Now and then another thread's turn, in the middle of what is done: on few cores they would hardly meet else.
+void MaybeYield(std::mt19937& dice)
+{
+    if (dice() % 512 == 0)
+        std::this_thread::yield();
 }
 
 std::string Bytes(const SBlob& blob)
@@ -41,19 +70,16 @@ TEST(StringThreads, ShareOneBufferWithoutLosingACount)
     const StringsAtRest rest;
     {
         const SString text(L"shared between threads"), other(L'z', 4000);
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&text, &other] {
-                for (int i = 0; i < Rounds(1000000); ++i) {
-                    const SString copy(text);
-                    SString second(i % 2 ? copy : other);
-                    if (i % 64 == 0)
-                        second += L"!"; // parts from the shared buffer
-                }
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        OnAllThreads([&text, &other](int, std::mt19937& dice) {
+            for (int i = 0; i < Rounds(625000); ++i) {
+                const SString copy(text);
+                MaybeYield(dice);
+                SString second(i % 2 ? copy : other);
+                MaybeYield(dice);
+                if (i % 64 == 0)
+                    second += L"!"; // parts from the shared buffer
+            }
+        });
         EXPECT_STREQ(L"shared between threads", text.PszStr());
         SString sole(text);
         const wchar_t* const buffer = text;
@@ -69,17 +95,16 @@ TEST(BlobThreads, ShareOneContentWithoutLosingAReference)
 {
     SBlob origin;
     ASSERT_EQ(1, origin.SetAsText(L"shared by all"));
-    const auto work = [&shared = std::as_const(origin)] {
-        for (int i = 0; i < Rounds(100000); ++i) {
+    OnAllThreads([&shared = std::as_const(origin)](int, std::mt19937& dice) {
+        for (int i = 0; i < Rounds(125000); ++i) {
             SBlob mine(shared);
+            MaybeYield(dice);
             SBlob again = mine;
+            MaybeYield(dice);
             if (i % 100 == 0)
                 static_cast<char*>(mine.Lock())[0] = 'X';
         }
-    };
-    std::thread threads[] = { std::thread(work), std::thread(work), std::thread(work), std::thread(work) };
-    for (std::thread& thread : threads)
-        thread.join();
+    });
     EXPECT_EQ("shared by all", Bytes(origin));
     SBlob last(origin);
     const void* const address = origin.LockForRead();
@@ -91,36 +116,43 @@ TEST(BlobThreads, ShareOneContentWithoutLosingAReference)
 
 TEST(PoolThreads, KeepEveryBlockAndEveryCount)
 {
-    SFixedAlloc pool(48, 64, L"Threads");
-    const unsigned seed = TestSeed();
-    constexpr int kThreads = 4, kHeld = 50;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&pool, seed, t] {
-            std::mt19937 random(seed + t);
-            void* held[kHeld] = {};
-            for (int i = 0; i < Rounds(100000); ++i) {
-                void*& place = held[random() % kHeld];
-                if (place) {
-                    ASSERT_EQ(t, static_cast<int*>(place)[1]) << "two owners of one block";
-                    pool.Free(place);
-                    place = nullptr;
-                } else {
-                    place = pool.Alloc();
-                    static_cast<int*>(place)[1] = t;
-                }
-                if (i % 5000 == 0)
-                    pool.FreeUnused();
-            }
-            for (void* block : held)
-                pool.Free(block);
-        });
+    SFixedAlloc small(8, 64, L"Threads"), middle(48, 64, L"Threads"), large(260, 16, L"Threads");
+    SFixedAlloc* const pools[] = { &small, &middle, &large };
+    OnAllThreads([&pools](int t, std::mt19937& dice) {
+        struct {
+            SFixedAlloc* pool;
+            unsigned* block;
+        } held[50] = {};
+        unsigned number = 0;
+        // Blocks begin with whose they are and which one, and end with it too, where they are long enough.
+        const auto release = [t](auto& place) {
+            if (!place.block)
+                return;
+            const unsigned long last = place.pool->ElementSize() / sizeof(unsigned) - 1;
+            ASSERT_EQ(t, static_cast<int>(place.block[1] >> 24)) << "two owners of one block";
+            ASSERT_EQ(place.block[1], place.block[last]) << "two owners of one block";
+            place.pool->Free(place.block);
+            place.block = nullptr;
+        };
+        for (int i = 0; i < Rounds(250000); ++i) {
+            auto& place = held[dice() % std::size(held)];
+            release(place);
+            MaybeYield(dice);
+            place.pool = pools[dice() % std::size(pools)];
+            place.block = static_cast<unsigned*>(place.pool->Alloc());
+            place.block[1] = place.block[place.pool->ElementSize() / sizeof(unsigned) - 1] =
+                static_cast<unsigned>(t) << 24 | ++number;
+            if (i % 5000 == 0)
+                place.pool->FreeUnused();
+        }
+        for (auto& place : held)
+            release(place);
+    });
+    for (SFixedAlloc* pool : pools) {
+        EXPECT_EQ(0u, pool->InUse());
+        pool->FreeUnused();
+        EXPECT_EQ(0u, pool->Bytes());
     }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(0u, pool.InUse());
-    pool.FreeUnused();
-    EXPECT_EQ(0u, pool.Bytes());
 }
 
 // ---- Pools of entries ----
