@@ -71,7 +71,7 @@ TEST(StringThreads, ShareOneBufferWithoutLosingACount)
     {
         const SString text(L"shared between threads"), other(L'z', 4000);
         OnAllThreads([&text, &other](int, std::mt19937& dice) {
-            for (int i = 0; i < Rounds(625000); ++i) {
+            for (int i = 0; i < Rounds(1250000); ++i) {
                 const SString copy(text);
                 MaybeYield(dice);
                 SString second(i % 2 ? copy : other);
@@ -96,7 +96,7 @@ TEST(BlobThreads, ShareOneContentWithoutLosingAReference)
     SBlob origin;
     ASSERT_EQ(1, origin.SetAsText(L"shared by all"));
     OnAllThreads([&shared = std::as_const(origin)](int, std::mt19937& dice) {
-        for (int i = 0; i < Rounds(125000); ++i) {
+        for (int i = 0; i < Rounds(250000); ++i) {
             SBlob mine(shared);
             MaybeYield(dice);
             SBlob again = mine;
@@ -134,7 +134,7 @@ TEST(PoolThreads, KeepEveryBlockAndEveryCount)
             place.pool->Free(place.block);
             place.block = nullptr;
         };
-        for (int i = 0; i < Rounds(250000); ++i) {
+        for (int i = 0; i < Rounds(500000); ++i) {
             auto& place = held[dice() % std::size(held)];
             release(place);
             MaybeYield(dice);
