@@ -1,5 +1,6 @@
-// What client code throws inside a call of the library is received outside that call: the same object's type and words and the place where
-// it was thrown, whatever lies between, a window procedure and the system too. And the library goes on, with nothing lost.
+// What client code throws inside a call of the library is received outside that call, with its type, its words and
+// the place where it was thrown, whatever lies between, a window procedure and the system too. And the library goes
+// on, with nothing lost.
 //
 // Kinds that are not here, because what they promise is more and stands with the rest of it:
 //
@@ -10,7 +11,7 @@
 //     OnCreate, and the end of a window during it                window.cpp, window_ends.cpp
 //     callbacks of the flat face, whose exceptions become codes  cface.cpp
 //     the stream-out of a rich-edit control                      rtfdoc.cpp: the callback is the library's own
-//     subscribers to the end of the application                  winapp.cpp: dropped, as stated
+//     reporter of damage                                         sexcept.cpp: swallowed, as stated
 //
 // The library starts no threads, so it has no entry function to offer.
 #include "baseobj.h"

@@ -91,7 +91,7 @@ S_ON_UPDATE_COMMAND_UI(kCommand, OnUpdateOne)
 S_ON_NOTIFY(NM_CLICK, kControl, OnNotice)
 S_END_MESSAGE_MAP()
 
-/// A window with a control in it, for as long as the work needs them. The rest of the messages goes with them.
+/// A window with a control in it, for as long as the work needs them.
 struct Pair {
     Pair() { EXPECT_TRUE(parent.Make() && child.Make(&parent)); }
     Hooked parent, child;
@@ -221,7 +221,7 @@ public:
         SWinApp::DoWaitCursor(change);
     }
 };
-/// A turn of the loop with a message for a window, a command from outside and idle work, until the program is to end.
+/// The loop with a message for a window, a command from outside and idle work, until the program is to end.
 void RunApp()
 {
     // What the last turn left when it was thrown out of.
@@ -290,4 +290,16 @@ TEST_F(Windows, ThrowWhatTheLoopCallsOutOfTheLoop)
     };
     for (const CallbackCase& c : kCases)
         ExpectThrownOut(c);
+}
+
+// Where nothing may be thrown out of: the end of the application object.
+TEST_F(Windows, DropWhatASubscriberToTheEndOfTheApplicationThrows)
+{
+    const Subscription subscription(SNotificationManager::kAppEnds);
+    g_armed = "SNotificationManager::Subscriber";
+    {
+        const HookedApp app;
+    }
+    EXPECT_EQ(nullptr, g_armed) << "nobody called it";
+    EXPECT_FALSE(SIsExceptionParked());
 }

@@ -1,4 +1,5 @@
-// Generated documents: what is shown of a merged one, character by character with its look, is what was put into its fragments.
+// Generated documents: what is shown of a merged one, character by character with its look, is what was put into
+// its fragments.
 #include "rtfmerge.h"
 
 #include "support/seed.h"
@@ -23,7 +24,7 @@ size_t Below(Dice& dice, size_t n)
     return dice() % n;
 }
 
-/// How characters look. Fonts, colours and styles by what they are, since numbers are a document's own affair.
+/// How characters look: fonts, colours and styles by what they are, since numbers are each document's own.
 struct Look {
     std::wstring font, color, style;
     long size = 24, bold = 0, italic = 0, underlined = 0;

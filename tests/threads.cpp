@@ -49,7 +49,7 @@ void OnAllThreads(Work work)
         thread.join();
 }
 
-/// Now and then another thread's turn, in the middle of what is done: on few cores they would hardly meet else.
+/// Now and then another thread's turn, amid what is done: on few cores they would hardly meet else.
 void MaybeYield(std::mt19937& dice)
 {
     if (dice() % 512 == 0)

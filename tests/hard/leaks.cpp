@@ -1,4 +1,4 @@
-// What is made and ended over and over leaves nothing behind: handles, objects of the drawing system, heap and pool blocks are as many
+// What is made and ended over and over leaves nothing behind: handles, GDI objects, heap and pool blocks are as many
 // as at the beginning. Ten thousand painted gradients are in gradient_limits.cpp.
 #include "rtfdoc.h"
 #include "rtfmerge.h"
@@ -39,8 +39,8 @@ void Merge(int round)
     ASSERT_FALSE(merger.GetDocument().IsEmpty());
 }
 
-/// The control is given RTF that it has not written itself. Of that, and so of each copy of a document with a control, Wine's own
-/// keeps two small blocks, without our library too.
+/// The control is given RTF that it has not written itself: each time it reads what it has written, as for a copy of
+/// a document, Wine's keeps two small blocks, without our library too.
 void LiveAsControl(int round)
 {
     constexpr wchar_t kRtf[] = L"{\\rtf1\\ansi{\\b bold} and {\\i slanted}\\par next}";

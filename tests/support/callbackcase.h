@@ -64,8 +64,8 @@ struct CallbackCase {
     const char* below = "";
 };
 
-/// Lets the callback throw below the work: what comes out has the type, the words and the place of what was thrown. Behind that nothing
-/// is parked, the same work is done, and with the objects of the first time made, nothing is lost.
+/// Lets the callback throw below the work: what comes out has the type, the words and the place of what was thrown.
+/// Behind that nothing is parked, the same work is done, and once what is made on first use is there, nothing is lost.
 inline void ExpectThrownOut(const CallbackCase& c)
 {
     SCOPED_TRACE(std::string(c.callback) + " " + c.below);
