@@ -2,6 +2,7 @@
 # process (here, at directory scope), and what holds for our own code only (cv_own_code).
 
 option(CVCORE_CHECKED "Build the library's own checks (guards, foreign pointers, broken lists)" OFF)
+option(CVCORE_COVERAGE "Count which lines and branches of the library are reached (tools/coverage)" OFF)
 option(CVCORE_GUARD "Tests on a C heap that sees every byte too far; pools pass each block to it" OFF)
 option(CVCORE_TRAP "Let undefined behaviour trap; harden the standard library" OFF)
 
@@ -24,6 +25,9 @@ add_link_options(LINKER:--dynamicbase LINKER:--nxcompat LINKER:--no-insert-times
 if(CVCORE_TRAP)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
+if(CVCORE_COVERAGE)
+    add_link_options(--coverage)
+endif()
 if(CVCORE_GUARD)
     # Inline code in the headers asks for it. In a pool's chunk an overrun of a string would hit the next string.
     add_compile_definitions(CVCORE_POOLS_PASS)
@@ -44,6 +48,9 @@ endfunction()
 function(cv_library_code target)
     cv_own_code(${target})
     target_compile_definitions(${target} PRIVATE CVCORE_EXPORTS)
+    if(CVCORE_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage)
+    endif()
     target_compile_options(${target} PRIVATE
         -fno-delete-null-pointer-checks                       # the promises on a null `this`
         -fnon-call-exceptions -fasynchronous-unwind-tables    # a machine fault can become an exception

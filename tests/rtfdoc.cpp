@@ -223,3 +223,41 @@ TEST_F(Documents, HaveAHostThatAFrameMayOwn)
     SExceptionActivateDialog(0);
     DbgMessageBoxHook() = nullptr;
 }
+
+TEST(DocumentText, IsWorkedOnAsByTheFunctionsOfThatName)
+{
+    const SString rtf(
+        L"{\\rtf1\\ansi{\\fonttbl{\\f0 A;}}{\\colortbl;\\red1;}{\\stylesheet{\\s1 x;}}\\f0 text}");
+    typedef int (*Extract)(SString & part, SString & rtf, int remove);
+    const struct {
+        Extract document, text;
+    } kPairs[] = {
+        { SRtfDocument::ExtractHeader, SRtfText::ExtractHeader },
+        { SRtfDocument::ExtractFontTable, SRtfText::ExtractFontTable },
+        { SRtfDocument::ExtractColorTable, SRtfText::ExtractColorTable },
+        { SRtfDocument::ExtractStyleTable, SRtfText::ExtractStyleTable },
+    };
+    for (const auto& pair : kPairs) {
+        SString wanted, part, wantedRest(rtf), rest(rtf);
+        EXPECT_EQ(1, pair.text(wanted, wantedRest, 1));
+        EXPECT_EQ(1, pair.document(part, rest, 1));
+        EXPECT_FALSE(part.IsEmpty());
+        EXPECT_STREQ(wanted, part);
+        EXPECT_STREQ(wantedRest, rest);
+    }
+    SRtfNumberMap fonts;
+    fonts.Set(0, 7);
+    SString changed;
+    EXPECT_EQ(1, SRtfDocument::ChangeFontAndColor(changed, L"\\f0 text", fonts, {}, {}));
+    EXPECT_STREQ(L"\\f7 text", changed);
+    wchar_t text[] = L"  \\b word";
+    const wchar_t* tag;
+    long length;
+    EXPECT_EQ(1, SRtfDocument::GetNextTag(&tag, &length, text, 0));
+    EXPECT_EQ(SString(L"\\b "), SString(tag, static_cast<int>(length)));
+    wchar_t* at = text;
+    EXPECT_EQ(1, SRtfDocument::SkipSpace(&at));
+    EXPECT_EQ(text + 2, at);
+    EXPECT_EQ(1, SRtfDocument::RemoveTag(at, length));
+    EXPECT_STREQ(L"word", at);
+}

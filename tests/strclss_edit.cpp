@@ -347,6 +347,17 @@ TEST(StringExtraction, CutsAsPromised)
     EXPECT_STREQ(L"", s.GetPointerAt(99));
 }
 
+TEST(StringEditing, NarrowTextsJoinInTheAnsiCodePage)
+{
+    const SString text(L"ab");
+    EXPECT_STREQ(L"abc", text + 'c');
+    EXPECT_STREQ(L"cab", 'c' + text);
+    EXPECT_STREQ(L"abcd", text + "cd");
+    EXPECT_STREQ(L"cdab", "cd" + text);
+    EXPECT_STREQ(L"ab", text + static_cast<const char*>(nullptr));
+    EXPECT_STREQ(L"ab", text);
+}
+
 TEST(StringEditing, LettersAndMarks)
 {
     EXPECT_STREQ(L"deja vu, Angstrom", SString(L"d\u00e9j\u00e0 vu, \u00c5ngstr\u00f6m").NoAccent());

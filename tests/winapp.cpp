@@ -36,6 +36,14 @@ FARPROC WINAPI FindPrinting(HMODULE module, const char* name)
     return g_hasPrinters ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(GivePrinter)) : nullptr;
 }
 
+HCURSOR g_cursor;
+HCURSOR WINAPI SetCursorSeen(HCURSOR cursor)
+{
+    const HCURSOR before = g_cursor;
+    g_cursor = cursor;
+    return before;
+}
+
 HWND WINAPI Captured()
 {
     return reinterpret_cast<HWND>(1);
@@ -328,4 +336,43 @@ TEST_F(Windows, BringToolbarsUpToDateAtIdle)
     EXPECT_EQ(0, bar.one.enabled);
     EXPECT_EQ(1, bar.one.checked);
     EXPECT_EQ(0, bar.nobodys.enabled) << "a command that nobody handles";
+}
+
+TEST_F(Windows, ShowTheWaitCursorUntilTheOutermostWorkEnds)
+{
+    const ImportPatch cursors("CVCore16.dll", nullptr, "SetCursor", SetCursorSeen);
+    const HCURSOR before = reinterpret_cast<HCURSOR>(1);
+    const HCURSOR wait = ::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT));
+    g_cursor = before;
+    App app;
+    app.EndWaitCursor(); // one too many changes nothing
+    EXPECT_EQ(before, g_cursor);
+    app.BeginWaitCursor();
+    app.BeginWaitCursor();
+    EXPECT_EQ(wait, g_cursor);
+    app.EndWaitCursor();
+    EXPECT_EQ(1, app.GetWaitCount());
+    EXPECT_EQ(wait, g_cursor);
+    g_cursor = nullptr; // a window has set its own meanwhile
+    app.RestoreWaitCursor();
+    EXPECT_EQ(wait, g_cursor);
+    app.EndWaitCursor();
+    EXPECT_EQ(before, g_cursor);
+    app.RestoreWaitCursor();
+    EXPECT_EQ(before, g_cursor);
+}
+
+TEST(Application, HasClassesThatMakeTheirObjectsByName)
+{
+    int made = 0;
+    for (SClassInfo* info = g_pClassInfo; info; info = info->next) {
+        SObject* const object = info->CreateObject();
+        if (!object)
+            continue;
+        ++made;
+        EXPECT_EQ(info, object->GetClassInfoW()) << info->name;
+        EXPECT_EQ(info, SClassInfo::Find(info->name));
+        delete object;
+    }
+    EXPECT_LE(9, made) << "windows, controls, dialogs, menus and what wraps handles";
 }
