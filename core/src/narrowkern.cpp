@@ -238,6 +238,8 @@ size_t Utf16To8(const wchar_t* from, size_t count, char* to, size_t room)
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
+        if (at == count)
+            return made;
         if (to) {
             ScriptRun::To8(from, count, at, to, room, made);
             RunTo8(from, count, at, to, room, made);
@@ -277,6 +279,8 @@ size_t Utf8To16(const char* from, size_t count, wchar_t* to, size_t room)
             to ? CopyAscii(from + at, std::min(left, room - made), to + made) : AsciiLength(from + at, left);
         at += ascii;
         made += ascii;
+        if (at == count)
+            return made;
         if (to) {
             ScriptRun::To16(bytes, count, at, to, room, made);
             RunTo16(bytes, count, at, to, room, made);
