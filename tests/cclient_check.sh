@@ -1,30 +1,6 @@
 #!/usr/bin/env bash
 # cclient_check.sh TOOLS PROGRAM SOURCE-FOLDER: what the sample in C prints and how it ends, good input and bad.
-set -uo pipefail
-tools=$1 program=$2 source=$3
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-bad=0
-
-fail() {
-    echo "cclient: $*"
-    bad=1
-}
-
-# expect STATUS STREAM TEXT ARGUMENT...: that status, and a line of that stream with the text.
-expect() {
-    local status=$1 stream=$2 text=$3 got=0
-    shift 3
-    "$tools/wine" "$program" "$@" >"$folder/out" 2>"$folder/err" </dev/null || got=$?
-    [ "$got" -eq "$status" ] || fail "$*: ended with $got, wanted $status"
-    if ! grep -qF -- "$text" "$folder/$stream"; then
-        fail "$*: no '$text' in:"
-        cat "$folder/$stream"
-    fi
-    if [ "$status" -ne 0 ] && { [ -s "$folder/out" ] || [ "$(wc -l <"$folder/err")" -ne 1 ]; }; then
-        fail "$*: a failure is one line on standard error"
-    fi
-}
+. "$(dirname "$0")/sample_expect.sh"
 
 cd "$folder"
 export CV_SHIP=Bounty
