@@ -38,6 +38,15 @@ inline void CopyText(wchar_t* to, const wchar_t* from, size_t n)
     }
 }
 
+/// The same for characters that may overlap, as when a part of a text becomes all of it.
+inline void MoveText(wchar_t* to, const wchar_t* from, size_t n)
+{
+    if (from >= to + n || from + n <= to)
+        CopyText(to, from, n);
+    else
+        std::wmemmove(to, from, n);
+}
+
 } // namespace TextKern
 
 #endif

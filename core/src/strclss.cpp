@@ -379,11 +379,7 @@ void SString::AssignCopy(int n, const wchar_t* text)
         return;
     }
     if (data->IsOwn() && data->capacity >= n) {
-        // A part of the text itself may become all of it.
-        if (text >= m_text + n || text + n <= m_text)
-            TextKern::CopyText(m_text, text, static_cast<size_t>(n));
-        else
-            std::wmemmove(m_text, text, static_cast<size_t>(n));
+        TextKern::MoveText(m_text, text, static_cast<size_t>(n));
         m_text[n] = L'\0';
         data->length = n;
         return;
@@ -425,11 +421,7 @@ void SString::ConcatInPlace(int n, const wchar_t* text)
     const int old = data->length;
     const int sum = SumOfLengths(old, n);
     if (data->IsOwn() && sum <= data->capacity) {
-        // Its own text may be added, up to where the new begins.
-        if (text + n <= m_text + old || text >= m_text + sum)
-            TextKern::CopyText(m_text + old, text, static_cast<size_t>(n));
-        else
-            std::wmemmove(m_text + old, text, static_cast<size_t>(n));
+        TextKern::MoveText(m_text + old, text, static_cast<size_t>(n));
     } else if (data->IsOwn() && data->capacity > kLargestCapacity) {
         // A private heap block mostly grows where it stands; copying it would cost more than the text that is added.
         const ptrdiff_t inside = text - m_text;
