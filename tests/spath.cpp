@@ -150,6 +150,18 @@ TEST(Paths, ThatPeopleTypeAreMadeFull)
     EXPECT_STREQ(L"", SFile::ToLongNames(L""));
 }
 
+// The system's short names of "\\?\" alone: Wine reads on behind its end, and writes behind its own block then.
+TEST(Paths, WithoutANameAreNotAskedAfter)
+{
+    SString prefix(L"\\\\?\\ ::::::::::::::::");
+    prefix.LockTchar()[4] = L'\0';
+    prefix.UnlockTchar();
+    ASSERT_EQ(4, prefix.Length());
+    EXPECT_STREQ(L"\\\\?\\", SFile::ToShortNames(prefix));
+    EXPECT_STREQ(L"\\\\?\\", SFile::ToLongNames(prefix));
+    EXPECT_TRUE(::HeapValidate(::GetProcessHeap(), 0, nullptr));
+}
+
 TEST(Folders, AreMadeFromTheTopDownAndFound)
 {
     const TempFolder folder;

@@ -36,6 +36,9 @@ typedef DWORD(WINAPI* NameCall)(const wchar_t*, wchar_t*, DWORD);
 
 SString Converted(const SString& path, NameCall call)
 {
+    // Nothing in it is a name; and systems were seen that take what happens to stand behind such a path for its rest.
+    if (WithoutLongPrefix(path).IsEmpty())
+        return path;
     return WithoutLongPrefix(
         TextOfSystem(static_cast<DWORD>(std::max(path.Length() + 1, MAX_PATH)),
                      [&](wchar_t* buffer, DWORD room) { return call(SystemPath(path), buffer, room); }));
