@@ -25,12 +25,22 @@ inline bool IsWhole(const std::string& content)
            content == SavedContent(static_cast<unsigned>(content[0] - 'A'));
 }
 
-// The control: what a program does that has no helper.
+/// What is run in the middle of saving by those who save in pieces: a client halts there, to be killed at a known place.
+inline void (*g_halfway)() = nullptr;
+
+inline void AtPiece(size_t at, const std::string& content)
+{
+    if (g_halfway && at == content.size() / 2)
+        g_halfway();
+}
+
+/// The control: what a program does that has no helper.
 inline void Overwrite(const SString& path, const std::string& content)
 {
     const HANDLE file =
         ::CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
     for (size_t at = 0; at < content.size(); at += kPieceBytes) {
+        AtPiece(at, content);
         DWORD written;
         ::WriteFile(file, content.data() + at, kPieceBytes, &written, nullptr);
     }
@@ -46,8 +56,10 @@ inline void ReplaceInPieces(const SString& path, const std::string& content)
 {
     SSafeFile file;
     file.Begin(path);
-    for (size_t at = 0; at < content.size(); at += kPieceBytes)
+    for (size_t at = 0; at < content.size(); at += kPieceBytes) {
+        AtPiece(at, content);
         file.Write(content.data() + at, kPieceBytes);
+    }
     file.Commit();
 }
 
@@ -63,8 +75,10 @@ inline void SaveBlob(const SString& path, const std::string& content)
 inline void WriteOnChange(const SString& path, const std::string& content)
 {
     SOutputFileOnChange out(path);
-    for (size_t at = 0; at < content.size(); at += kPieceBytes)
+    for (size_t at = 0; at < content.size(); at += kPieceBytes) {
+        AtPiece(at, content);
         out.Write(content.data() + at, kPieceBytes);
+    }
     out.Close();
 }
 
@@ -75,8 +89,8 @@ struct SavingHelper {
 
 /// Whatever saves whole files, and at the end the control.
 const SavingHelper kSavingHelpers[] = {
-    { L"overwrite", Overwrite }, { L"replace", ReplaceFile },    { L"pieces", ReplaceInPieces },
-    { L"blob", SaveBlob },       { L"onchange", WriteOnChange },
+    { L"replace", ReplaceFile },    { L"pieces", ReplaceInPieces }, { L"blob", SaveBlob },
+    { L"onchange", WriteOnChange }, { L"overwrite", Overwrite },
 };
 
 #endif
