@@ -164,6 +164,8 @@ fs::path CorpusFolder()
 
 class HostileInput : public testing::TestWithParam<size_t> {
 protected:
+    void TearDown() override { EXPECT_TRUE(IsHeapWhole()); }
+
     const Target& m_target = Targets()[GetParam()];
     const WorkCounter m_work;
     Tally m_tally;
@@ -237,6 +239,7 @@ TEST_P(HostileInput, ThatIsMutatedDoesNoHarm)
     do {
         for (unsigned i = 0; i < kBetweenLooks; ++i)
             ASSERT_TRUE(Eats(m_target, mutator.Next(), m_work, m_tally));
+        ASSERT_TRUE(IsHeapWhole());
     } while (Seconds() < end);
     std::printf("%s: %lu mutated inputs of %lu bytes on average, %lu of them refused\n", m_target.name,
                 m_tally.inputs, static_cast<unsigned long>(m_tally.bytes / m_tally.inputs), m_tally.refused);

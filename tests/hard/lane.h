@@ -46,6 +46,9 @@ void* LowMemory(size_t bytes);
 /// such an end calls `tell` first.
 void MustGoOnWithin(unsigned seconds, void (*tell)());
 
+/// Whether the heap's own account is whole. A lane in which a tool watches every block says yes.
+bool IsHeapWhole();
+
 /// Writes a file without using the heap.
 void WriteFileAtFault(const char* name, const void* bytes, size_t size);
 

@@ -182,6 +182,11 @@ void MustGoOnWithin(unsigned seconds, void (*tell)())
     RestartWatchdog(seconds);
 }
 
+bool IsHeapWhole()
+{
+    return ::HeapValidate(::GetProcessHeap(), 0, nullptr) != FALSE;
+}
+
 void WriteFileAtFault(const char* name, const void* bytes, size_t size)
 {
     const HANDLE file = ::CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);

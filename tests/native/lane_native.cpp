@@ -96,6 +96,11 @@ void MustGoOnWithin(unsigned seconds, void (*tell)())
     ::alarm(kSlower * seconds);
 }
 
+bool IsHeapWhole()
+{
+    return true;
+}
+
 void WriteFileAtFault(const char* name, const void* bytes, size_t size)
 {
     const int file = ::open(name, O_WRONLY | O_CREAT | O_TRUNC, 0644);
