@@ -57,6 +57,15 @@ function(cv_test name)
     endif()
 endfunction()
 
+# cv_test_plain(NAME...): the same programs once more, on a processor that has nothing but SSE2 as far as the library knows.
+function(cv_test_plain)
+    foreach(name IN LISTS ARGN)
+        add_test(NAME ${name}_plain COMMAND ${name}_test)
+        set_tests_properties(${name}_plain PROPERTIES
+            TIMEOUT ${cv_test_seconds} ENVIRONMENT CVCORE_PLAIN=1)
+    endforeach()
+endfunction()
+
 # cv_c_test(NAME SOURCE...): the same for a program of plain C, which brings its own main and closing line: a client of the
 # flat face has the import library and nothing of ours besides.
 function(cv_c_test name)

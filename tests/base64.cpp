@@ -9,6 +9,7 @@
 
 // The loops themselves, so that the way with tables is tested too where the processor has a better one.
 #include "../core/src/base64kern.cpp"
+#include "../core/src/processor.cpp"
 
 #include <gtest/gtest.h>
 

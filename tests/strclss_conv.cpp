@@ -10,11 +10,23 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
+
+namespace {
+
+std::wstring Shortest(double number)
+{
+    char text[32];
+    return std::wstring(text, std::to_chars(text, std::end(text), number).ptr);
+}
+
+} // namespace
 
 TEST(StringNumbers, RoundTrip)
 {
@@ -34,6 +46,11 @@ TEST(StringNumbers, RoundTrip)
         const SString text(number);
         ASSERT_EQ(number, text.ToDouble()) << text;
         ASSERT_LE(text.Length(), 24) << text;
+        // Decimals of any length: the text is the shortest one, by the standard library's account too.
+        const double decimal = static_cast<double>(static_cast<long long>(bits >> (10 + random() % 50))) /
+                               std::pow(10, random() % 12);
+        ASSERT_EQ(Shortest(decimal), Wide(SString(decimal)));
+        ASSERT_EQ(Shortest(-decimal), Wide(SString(-decimal)));
     }
     const struct {
         double number;
@@ -46,6 +63,9 @@ TEST(StringNumbers, RoundTrip)
                      { 5e-324, L"5e-324" },
                      { 1.0 / 3, L"0.3333333333333333" },
                      { 123456, L"123456" },
+                     { 100000, L"1e+05" },
+                     { 0.0012, L"0.0012" },
+                     { 123456789.123, L"123456789.123" },
                      { std::numeric_limits<double>::infinity(), L"inf" },
                      { -std::numeric_limits<double>::infinity(), L"-inf" },
                      { std::numeric_limits<double>::quiet_NaN(), L"nan" },

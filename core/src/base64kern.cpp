@@ -2,6 +2,7 @@
 #include "base64kern.h"
 
 #include "compiler.h"
+#include "processor.h"
 
 #include <immintrin.h>
 
@@ -172,9 +173,6 @@ S_AVX2 size_t DecodeWide(const wchar_t* text, size_t length, unsigned char* byte
 constexpr Base64Kern::Way kPlain = { EncodePlain, DecodePlain };
 constexpr Base64Kern::Way kWide = { EncodeWide, DecodeWide };
 
-// Null until this is initialised, which is harmless: static objects of other modules may come first.
-const Base64Kern::Way* const g_best = HasAvx2() ? &kWide : &kPlain;
-
 } // namespace
 
 const Base64Kern::Way& Base64Kern::Plain()
@@ -184,5 +182,5 @@ const Base64Kern::Way& Base64Kern::Plain()
 
 const Base64Kern::Way& Base64Kern::Best()
 {
-    return g_best ? *g_best : kPlain;
+    return Processor::HasAvx2() ? kWide : kPlain;
 }

@@ -1,6 +1,7 @@
 #include "bytemove.h"
 
 #include "compiler.h"
+#include "processor.h"
 
 #include <immintrin.h>
 
@@ -10,9 +11,6 @@
 namespace {
 
 constexpr size_t kRegister = sizeof(__m256i);
-
-// False until this is initialised, which is harmless: static objects of other modules may come first.
-const bool g_hasAvx2 = HasAvx2();
 
 S_AVX2 inline __m256i Load(const char* from)
 {
@@ -73,7 +71,7 @@ S_AVX2 void Avx2Down(char* to, const char* from, size_t bytes)
 
 void ByteMove::UpWide(void* to, const void* from, size_t bytes)
 {
-    if (g_hasAvx2)
+    if (Processor::HasAvx2())
         Avx2Up(static_cast<char*>(to), static_cast<const char*>(from), bytes);
     else
         std::memmove(to, from, bytes);
@@ -81,7 +79,7 @@ void ByteMove::UpWide(void* to, const void* from, size_t bytes)
 
 void ByteMove::DownWide(void* to, const void* from, size_t bytes)
 {
-    if (g_hasAvx2)
+    if (Processor::HasAvx2())
         Avx2Down(static_cast<char*>(to), static_cast<const char*>(from), bytes);
     else
         std::memmove(to, from, bytes);

@@ -11,24 +11,23 @@
 /// A static object that is made before those with a higher number (from 101 on) and before all others of the module.
 #define S_INIT_PRIORITY(number) __attribute__((init_priority(number)))
 
-/// A function compiled for AVX2, to be called where HasAvx2() said so only.
+/// A function compiled for AVX2, to be called where Processor::HasAvx2() says so only.
 #define S_AVX2 __attribute__((target("avx2")))
 
 /// A function that reads beyond a text on purpose: where a sanitizer looks on, it is left out.
 #define S_READS_BEYOND __attribute__((no_sanitize("address")))
 
-/// Asks the processor; may be called before static objects are initialised.
-inline bool HasAvx2()
+/// Asks the processor, each time anew: see processor.h.
+inline bool OffersAvx2()
 {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") != 0;
 }
 
-/// A function compiled for SSSE3, to be called where HasSsse3() said so only.
+/// A function compiled for SSSE3, to be called where Processor::HasSsse3() says so only.
 #define S_SSSE3 __attribute__((target("ssse3")))
 
-/// As HasAvx2.
-inline bool HasSsse3()
+inline bool OffersSsse3()
 {
     __builtin_cpu_init();
     return __builtin_cpu_supports("ssse3") != 0;

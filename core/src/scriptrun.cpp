@@ -3,6 +3,7 @@
 #include "scriptrun.h"
 
 #include "compiler.h"
+#include "processor.h"
 
 #include <tmmintrin.h>
 
@@ -83,8 +84,6 @@ constexpr Shuffles ThinningShuffles()
 constexpr Shuffles kPack = PackingShuffles();
 constexpr Shuffles kThin = ThinningShuffles();
 constexpr Shuffles kSpread = SpreadingShuffles();
-
-const bool g_isFast = HasSsse3();
 
 S_SSSE3 inline __m128i Load(const void* from)
 {
@@ -208,18 +207,18 @@ namespace ScriptRun {
 
 bool IsFast()
 {
-    return g_isFast;
+    return Processor::HasSsse3();
 }
 
 void To8(const wchar_t* from, size_t count, size_t& at, char* to, size_t room, size_t& made)
 {
-    if (g_isFast)
+    if (Processor::HasSsse3())
         BlocksTo8(from, count, at, to, room, made);
 }
 
 void To16(const unsigned char* from, size_t count, size_t& at, wchar_t* to, size_t room, size_t& made)
 {
-    if (g_isFast)
+    if (Processor::HasSsse3())
         BlocksTo16(from, count, at, to, room, made);
 }
 

@@ -3,6 +3,7 @@
 
 #include "narrow.h"
 #include "numbertext.h"
+#include "realtext.h"
 
 #include <algorithm>
 #include <charconv>
@@ -107,6 +108,8 @@ struct Whole {
     unsigned long long size;
 };
 
+constexpr int kSurelyInWord = 9; // decimal digits
+
 Whole ReadWhole(const wchar_t* text, int base)
 {
     text = SkipSpace(text);
@@ -120,7 +123,7 @@ Whole ReadWhole(const wchar_t* text, int base)
     const auto isDigit = [base](wchar_t c) { return IsXDigitChar(c) && DigitValue(c) < base; };
     // As many digits as surely fit a word; the rest, which few numbers have, is looked at one by one.
     unsigned long inWord = 0;
-    const wchar_t* const surelyFits = text + (base == 10 ? 9 : base <= 16 ? 7 : 0);
+    const wchar_t* const surelyFits = text + (base == 10 ? kSurelyInWord : base <= 16 ? 7 : 0);
     if (base == 10) {
         for (; text < surelyFits && IsDigitChar(*text); ++text)
             inWord = inWord * 10 + (*text - L'0');
@@ -235,6 +238,11 @@ SString::SString(double number)
         Init(kNotANumber, static_cast<int>(std::size(kNotANumber)) - 1);
         return;
     }
+    const ShortRealText text(number);
+    if (text.IsMade()) {
+        Init(text.First(), text.Length());
+        return;
+    }
     char narrow[32]; // the longest: sign, 17 digits, point, "e-308"
     const char* const last = std::to_chars(narrow, narrow + sizeof narrow, number).ptr;
     wchar_t wide[sizeof narrow];
@@ -253,6 +261,15 @@ SString::SString(const GUID& guid, int braces)
 
 long SString::ToLONG(int base) const
 {
+    if (base == 10) {
+        // Most numbers are nothing but a few digits.
+        const wchar_t* at = m_text;
+        long few = 0;
+        for (const wchar_t* const surelyFits = at + kSurelyInWord; at < surelyFits && IsDigitChar(*at); ++at)
+            few = few * 10 + (*at - L'0');
+        if (at != m_text && !IsDigitChar(*at))
+            return few;
+    }
     const Whole number = ReadWhole(m_text, base);
     if (number.negative)
         return number.size > LONG_MAX ? LONG_MIN : -static_cast<long>(number.size);

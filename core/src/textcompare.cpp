@@ -3,8 +3,10 @@
 
 #include "casetable.h"
 #include "textblock.h"
+#include "textwide.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace TextKern {
 
@@ -63,6 +65,8 @@ template <class Rule>
 template <class Rule>
 size_t MismatchLong(const wchar_t* a, const wchar_t* b, size_t length)
 {
+    if (std::is_same_v<Rule, ByUnit> && IsWorthWide(length))
+        return MismatchWide(a, b, length);
     size_t i = 0;
     for (; length - i >= kStepUnits; i += kStepUnits) {
         const wchar_t* x = a + i;

@@ -8,6 +8,7 @@
 
 #include "casetable.h"
 #include "textblock.h"
+#include "textwide.h"
 
 #include <algorithm>
 
@@ -201,7 +202,7 @@ Block ChangeAscii(Block block)
 template <class Rule>
 void ChangeCase(wchar_t* text, size_t length)
 {
-    size_t i = 0;
+    size_t i = IsWorthWide(length) ? ChangeAsciiWide(text, length, Rule::kFirstToChange) : 0;
     for (; length - i >= 2 * kBlockUnits; i += 2 * kBlockUnits) {
         const Block first = Load(text + i);
         const Block second = Load(text + i + kBlockUnits);
