@@ -156,23 +156,37 @@ unsigned long Total(const LinkedInt& map)
 
 // ---- Numbers as keys ----
 
-template <int count>
-const std::vector<int>& Keys()
-{
-    static const std::vector<int> keys = Shuffled(count);
-    return keys;
-}
-/// The order in which they are looked for and taken out.
-template <int count>
-const std::vector<int>& OtherOrder()
-{
-    static const std::vector<int> keys = Shuffled(count, 7);
-    return keys;
-}
-
 /// So many look-ups that the processor does not learn their order and with it every turn in the tree, as it does with the keys
 /// of a small map looked for in one order again and again.
 const int kLookups = 100000;
+
+/// Orders of the same keys, as many as it takes for the same reason; one after the other, for ever.
+class Orders {
+public:
+    Orders(int count, unsigned seed)
+    {
+        for (int i = 0; i < std::max(1, kLookups / count); ++i)
+            m_orders.push_back(Shuffled(count, seed + static_cast<unsigned>(i)));
+    }
+    const std::vector<int>& Next() { return m_orders[m_next++ % m_orders.size()]; }
+
+private:
+    std::vector<std::vector<int>> m_orders;
+    size_t m_next = 0;
+};
+/// In which keys are put into a map, and in which they are taken out.
+template <int count>
+Orders& InOrders()
+{
+    static Orders orders(count, 1);
+    return orders;
+}
+template <int count>
+Orders& OutOrders()
+{
+    static Orders orders(count, 70000);
+    return orders;
+}
 
 template <int count>
 const std::vector<int>& Lookups()
@@ -194,7 +208,7 @@ constexpr int kMaps = count >= 2000 ? 1 : 2000 / count;
 template <class Map, int count>
 void Fill(Map& map)
 {
-    for (int key : Keys<count>())
+    for (int key : InOrders<count>().Next())
         Add(map, key, key + 1);
 }
 
@@ -228,7 +242,7 @@ struct InsertInts {
     static constexpr int kKeys = count * kMaps<count>;
     static unsigned long Do(Run& run)
     {
-        Keys<count>();
+        InOrders<count>();
         unsigned long sum = 0;
         std::vector<Map> maps(kMaps<count>);
         for (long i = run.n; i > 0; --i) {
@@ -250,7 +264,7 @@ struct EraseInts {
     static constexpr int kKeys = count * kMaps<count>;
     static unsigned long Do(Run& run)
     {
-        const std::vector<int>& keys = OtherOrder<count>();
+        Orders& orders = OutOrders<count>();
         unsigned long sum = 0;
         std::vector<Map> maps(kMaps<count>);
         for (long i = run.n; i > 0; --i) {
@@ -259,7 +273,7 @@ struct EraseInts {
                 Fill<Map, count>(map);
             run.Resume();
             for (Map& map : maps) {
-                for (int key : keys) {
+                for (int key : orders.Next()) {
                     if (key)
                         Remove(map, key);
                 }

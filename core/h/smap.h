@@ -43,23 +43,27 @@ struct SAsc {
     }
 };
 
-/// Order of two texts by code unit. The first units are compared in line, two at a time: they tell most keys apart at a
-/// third of the cost of asking the library, and the ones that begin alike lose nothing by it.
+/// Order of two texts by code unit. The first units are compared in line, four at a time and without a branch among them, which
+/// a search could not predict: they tell most keys apart at a third of the cost of asking the library.
 // Of a literal key the compiler knows the size, but not that its length is asked.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Warray-bounds"
 inline int SCompareKeyTexts(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
 {
-    constexpr size_t kInLine = 8;
+    constexpr size_t kInLine = 8, kStep = 4;
     const size_t common = aLength < bLength ? aLength : bLength;
     size_t i = 0;
-    for (; i < kInLine && i + 2 <= common; i += 2) {
-        UINT32 x, y;
-        std::memcpy(&x, a + i, sizeof x);
-        std::memcpy(&y, b + i, sizeof y);
-        // The first of the two units is the low half and must weigh more.
-        if (x != y)
-            return (x << 16 | x >> 16) < (y << 16 | y >> 16) ? -1 : 1;
+    for (; i < kInLine && i + kStep <= common; i += kStep) {
+        UINT32 x[2], y[2];
+        std::memcpy(x, a + i, sizeof x);
+        std::memcpy(y, b + i, sizeof y);
+        const UINT32 first = x[0] ^ y[0], second = x[1] ^ y[1];
+        if ((first | second) == 0)
+            continue;
+        // Which pair decides, as a mask. The first of its two units is the low half and must weigh more.
+        const UINT32 isSecond = static_cast<UINT32>(first != 0) - 1;
+        const UINT32 left = x[0] ^ ((x[0] ^ x[1]) & isSecond), right = y[0] ^ ((y[0] ^ y[1]) & isSecond);
+        return (left << 16 | left >> 16) < (right << 16 | right >> 16) ? -1 : 1;
     }
     return SSafeMemCmp(a + i, aLength - i, b + i, bLength - i);
 }
@@ -263,15 +267,18 @@ protected:
     /// Same, and where the key belongs when it is not there.
     Entry* Search(const K& key, Place& place) const
     {
-        place = { nullptr, false };
         Entry* entry = Root();
+        Entry* parent = nullptr;
+        Entry* const* link = nullptr;
         while (entry) {
             const int order = C::Compare(key, PairOf(entry).key);
             if (order == 0)
                 break;
-            place = { entry, order > 0 };
-            entry = entry->Child(order > 0);
+            parent = entry;
+            link = entry->ChildLink(order > 0);
+            entry = *link;
         }
+        place = { parent, parent && link != parent->ChildLink(false) };
         return entry;
     }
 

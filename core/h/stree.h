@@ -44,13 +44,14 @@ protected:
 
         void* Payload() { return this + 1; }
         const void* Payload() const { return this + 1; }
-        /// The left child for 0, the right one for 1, read without a branch: a search cannot predict its way.
-        Entry* Child(bool right_) const
+        /// The link to the left child for 0, to the right one for 1, reckoned without a branch: a search cannot predict its way.
+        Entry* const* ChildLink(bool right_) const
         {
             static_assert(offsetof(Entry, right) == 2 * sizeof(Entry*), "the children stand two links apart");
-            return reinterpret_cast<Entry* const*>(this)[2 * right_];
+            return reinterpret_cast<Entry* const*>(this) + 2 * right_;
         }
-        Entry*& Link(bool right_) { return right_ ? right : left; }
+        Entry* Child(bool right_) const { return *ChildLink(right_); }
+        Entry*& Link(bool right_) { return const_cast<Entry*&>(*ChildLink(right_)); }
     };
 
     /// Where a new entry belongs: below `parent` (null: as the root), on that side.
