@@ -7,10 +7,27 @@
 
 namespace {
 
+// A text whose characters are all written by the one who makes it. None of them is a NUL, so it need not be measured afterwards
+// as a locked buffer is.
+class MadeText : public SString {
+public:
+    wchar_t* Make(int length)
+    {
+        if (Capacity() < length)
+            Empty(); // what is there would be copied
+        AllocBeforeWrite(length);
+        SStringData* const data = GetData();
+        data->refs = 1;
+        data->length = length;
+        data->Text()[length] = L'\0';
+        return data->Text();
+    }
+};
+
 long Encode(const void* bytes, unsigned long count, SString& text)
 {
     // A text that has the room keeps it: fresh memory costs more than the encoding.
-    SString encoded;
+    MadeText encoded;
     encoded.swap(text);
     if (!bytes || count == 0)
         return 0;
@@ -18,11 +35,7 @@ long Encode(const void* bytes, unsigned long count, SString& text)
     if (length > static_cast<unsigned long long>(SString::kMaxLength))
         throw SEOutOfMemory(S_HERE);
     const int units = static_cast<int>(length);
-    if (encoded.Capacity() < units)
-        encoded.Empty(); // what is there would be copied
-    Base64Kern::Best().encode(static_cast<const unsigned char*>(bytes), count,
-                              encoded.GetBufferSetLength(units));
-    encoded.UnlockTchar(units);
+    Base64Kern::Best().encode(static_cast<const unsigned char*>(bytes), count, encoded.Make(units));
     text = std::move(encoded);
     return 0;
 }

@@ -202,16 +202,40 @@ int SAnsiString::AnsiToWideChar(const char* text, int length, wchar_t* output, i
 
 // ---- UTF-8 ----
 
+namespace {
+
+// Short texts are names and numbers, so mostly ASCII: that is tried before anything is made ready for the rest.
+template <class From, class To>
+size_t ShortAsciiOr(size_t (*whole)(const From*, size_t, To*, size_t), const From* from, size_t count, To* to,
+                    size_t room)
+{
+    constexpr size_t kShort = 64;
+    if (to && count <= kShort && count <= room && NarrowKern::CopyAscii(from, count, to) == count)
+        return count;
+    return whole(from, count, to, room);
+}
+
+size_t Narrowed(const wchar_t* from, size_t count, char* to, size_t room)
+{
+    return ShortAsciiOr(NarrowKern::Utf16To8, from, count, to, room);
+}
+size_t Widened(const char* from, size_t count, wchar_t* to, size_t room)
+{
+    return ShortAsciiOr(NarrowKern::Utf8To16, from, count, to, room);
+}
+
+} // namespace
+
 int SUtf8String::WideCharToUTF8(const wchar_t* text, int length, char* output, int size)
 {
-    return ConvertBy(text, length, output, size, NarrowKern::Utf16To8, [=](char* to, int room) {
+    return ConvertBy(text, length, output, size, Narrowed, [=](char* to, int room) {
         return ::WideCharToMultiByte(CP_UTF8, FlagsForUtf8(), text, length, to, room, nullptr, nullptr);
     });
 }
 
 int SUtf8String::UTF8ToWideChar(const char* text, int length, wchar_t* output, int size)
 {
-    return ConvertBy(text, length, output, size, NarrowKern::Utf8To16, [=](wchar_t* to, int room) {
+    return ConvertBy(text, length, output, size, Widened, [=](wchar_t* to, int room) {
         return ::MultiByteToWideChar(CP_UTF8, 0, text, length, to, room);
     });
 }
