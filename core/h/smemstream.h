@@ -50,6 +50,8 @@ public:
     SBlob GetBlob() const;
 
 private:
+    void Grow(unsigned long bytes);
+
     unsigned char* m_bytes;
     unsigned long m_size;
     unsigned long m_room;

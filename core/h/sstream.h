@@ -125,11 +125,28 @@ public:
     explicit SInputBinaryStream(SInputStream& inner) noexcept : SInputFilter(inner) {}
     SInputBinaryStream(SInputStream* inner, bool own) noexcept : SInputFilter(inner, own) {}
 
-    /// Throw SEEOFException when there are fewer bytes.
-    SInputBinaryStream& operator>>(unsigned char& value);
-    SInputBinaryStream& operator>>(unsigned short& value);
-    SInputBinaryStream& operator>>(long& value);
-    SInputBinaryStream& operator>>(unsigned long& value);
+    // Numbers are asked of the stream below at once, without a Read of this one in between. Throw SEEOFException when there are
+    // fewer bytes.
+    SInputBinaryStream& operator>>(unsigned char& value) { return Get(value); }
+    SInputBinaryStream& operator>>(unsigned short& value) { return Get(value); }
+    SInputBinaryStream& operator>>(long& value) { return Get(value); }
+    SInputBinaryStream& operator>>(unsigned long& value) { return Get(value); }
+
+private:
+    template <class Number>
+    SInputBinaryStream& Get(Number& value)
+    {
+        Number read;
+        if (S_UNLIKELY(m_inner->Read(&read, sizeof read, sizeof read) != sizeof read))
+            ThrowEnd(static_cast<Number*>(nullptr));
+        value = read;
+        return *this;
+    }
+    // Say in the exception what was being read.
+    [[noreturn]] static void ThrowEnd(unsigned char*);
+    [[noreturn]] static void ThrowEnd(unsigned short*);
+    [[noreturn]] static void ThrowEnd(long*);
+    [[noreturn]] static void ThrowEnd(unsigned long*);
 };
 
 /// Writes the binary form.
@@ -139,10 +156,19 @@ public:
     explicit SOutputBinaryStream(SOutputStream& inner) noexcept : SOutputFilter(inner) {}
     SOutputBinaryStream(SOutputStream* inner, bool own) noexcept : SOutputFilter(inner, own) {}
 
-    SOutputBinaryStream& operator<<(unsigned char value);
-    SOutputBinaryStream& operator<<(unsigned short value);
-    SOutputBinaryStream& operator<<(long value);
-    SOutputBinaryStream& operator<<(unsigned long value);
+    // Numbers are given to the stream below at once, without a Write of this one in between.
+    SOutputBinaryStream& operator<<(unsigned char value) { return Put(value); }
+    SOutputBinaryStream& operator<<(unsigned short value) { return Put(value); }
+    SOutputBinaryStream& operator<<(long value) { return Put(value); }
+    SOutputBinaryStream& operator<<(unsigned long value) { return Put(value); }
+
+private:
+    template <class Number>
+    SOutputBinaryStream& Put(Number value)
+    {
+        m_inner->Write(&value, sizeof value, sizeof value);
+        return *this;
+    }
 };
 
 /// The error number of a length that cannot be true.

@@ -93,15 +93,6 @@ void SOutputFilter::Close()
 
 namespace {
 
-template <class T>
-void ReadNumber(SInputBinaryStream& in, T& value, const char* signature, unsigned long line)
-{
-    T read;
-    if (in.Read(&read, sizeof read, sizeof read) != sizeof read)
-        throw SEEOFException(signature, __FILE__, line);
-    value = read;
-}
-
 const char kByteSignature[] =
     "class SInputBinaryStream &__thiscall SInputBinaryStream::operator >>(unsigned char &)";
 const char kShortSignature[] =
@@ -112,50 +103,22 @@ const char kUnsignedSignature[] =
 
 } // namespace
 
-SInputBinaryStream& SInputBinaryStream::operator>>(unsigned char& value)
+void SInputBinaryStream::ThrowEnd(unsigned char*)
 {
-    ReadNumber(*this, value, kByteSignature, __LINE__);
-    return *this;
+    throw SEEOFException(kByteSignature, __FILE__, __LINE__);
 }
 
-SInputBinaryStream& SInputBinaryStream::operator>>(unsigned short& value)
+void SInputBinaryStream::ThrowEnd(unsigned short*)
 {
-    ReadNumber(*this, value, kShortSignature, __LINE__);
-    return *this;
+    throw SEEOFException(kShortSignature, __FILE__, __LINE__);
 }
 
-SInputBinaryStream& SInputBinaryStream::operator>>(long& value)
+void SInputBinaryStream::ThrowEnd(long*)
 {
-    ReadNumber(*this, value, kLongSignature, __LINE__);
-    return *this;
+    throw SEEOFException(kLongSignature, __FILE__, __LINE__);
 }
 
-SInputBinaryStream& SInputBinaryStream::operator>>(unsigned long& value)
+void SInputBinaryStream::ThrowEnd(unsigned long*)
 {
-    ReadNumber(*this, value, kUnsignedSignature, __LINE__);
-    return *this;
-}
-
-SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned char value)
-{
-    Write(&value, sizeof value, sizeof value);
-    return *this;
-}
-
-SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned short value)
-{
-    Write(&value, sizeof value, sizeof value);
-    return *this;
-}
-
-SOutputBinaryStream& SOutputBinaryStream::operator<<(long value)
-{
-    Write(&value, sizeof value, sizeof value);
-    return *this;
-}
-
-SOutputBinaryStream& SOutputBinaryStream::operator<<(unsigned long value)
-{
-    Write(&value, sizeof value, sizeof value);
-    return *this;
+    throw SEEOFException(kUnsignedSignature, __FILE__, __LINE__);
 }
