@@ -72,6 +72,11 @@ inline Block LoadHalf(const wchar_t* text)
     std::memcpy(&bits, text, sizeof bits);
     return _mm_castpd_si128(_mm_set_sd(bits));
 }
+inline void StoreHalf(wchar_t* text, Block block)
+{
+    const double bits = _mm_cvtsd_f64(_mm_castsi128_pd(block));
+    std::memcpy(text, &bits, sizeof bits);
+}
 inline Block LoadQuarter(const wchar_t* text)
 {
     int bits;
