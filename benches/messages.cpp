@@ -191,7 +191,7 @@ unsigned long HandleOurs(Run& run)
     for (long i = run.n; i > 0; --i) {
         for (HWND handle : attached.handles)
             sum += reinterpret_cast<unsigned long>(
-                SWnd::FromHandlePermanent(same ? attached.handles[0] : handle));
+                SWnd::FromHandlePermanent(Hidden(same ? attached.handles[0] : handle)));
     }
     return sum;
 }

@@ -58,7 +58,10 @@ public:
     /// The window's permanent object, its temporary one, or a new temporary one; null for a null handle.
     static SWnd* FromHandle(HWND window);
     /// The permanent object or null.
-    static SWnd* FromHandlePermanent(HWND window);
+    static SWnd* FromHandlePermanent(HWND window)
+    {
+        return window == s_lastFound.handle ? s_lastFound.object : SearchPermanent(window);
+    }
     /// Ends all temporary objects. The idle loop calls this while nobody holds an STempMapLock.
     static void DeleteTempMap() noexcept;
     /// Enters the object as the window's. 0 for a null handle. An object that had another window lets that go, as Detach does; a
@@ -144,6 +147,9 @@ private:
     friend class SWndCreation;
     friend class SWndWatch;
 
+    static SLastFound<HWND, SWnd> s_lastFound;
+    static SHandleMap<HWND, SWnd>& Map();
+    static SWnd* SearchPermanent(HWND window);
     static SWnd* MakeTemporary(HWND window);
     static void EndTemporary(SWnd* window) noexcept;
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

@@ -24,24 +24,32 @@ public:
     static long& Count() noexcept;
 };
 
+/// The handle that was asked for last, and its permanent object or null: nearly every message repeats it.
+template <class Handle, class Object>
+struct SLastFound {
+    Handle handle;
+    Object* object;
+};
+
 /// `Object` has a static Object* MakeTemporary(Handle), which throws when it cannot, and a static void
 /// EndTemporary(Object*), which lets the handle alone.
 template <class Handle, class Object>
 class SHandleMap {
 public:
-    SHandleMap() = default;
+    SHandleMap() noexcept : m_last(m_own) {}
+    /// Keeps what was asked for last where the wrapper reads it in line.
+    explicit SHandleMap(SLastFound<Handle, Object>& last) noexcept : m_last(last) {}
     SHandleMap(const SHandleMap&) = delete;
     SHandleMap& operator=(const SHandleMap&) = delete;
     ~SHandleMap() { DeleteTemporary(); }
 
     Object* FindPermanent(Handle handle)
     {
-        if (handle == m_lastHandle)
-            return m_lastObject;
+        if (handle == m_last.handle)
+            return m_last.object;
         Object* const* const found = handle ? m_permanent.Find(handle) : nullptr;
-        m_lastHandle = handle;
-        m_lastObject = found ? *found : nullptr;
-        return m_lastObject;
+        m_last = { handle, found ? *found : nullptr };
+        return m_last.object;
     }
     /// The permanent object, the temporary one, or a new temporary one; null for a null handle.
     Object* FindOrMake(Handle handle)
@@ -65,14 +73,12 @@ public:
     void SetPermanent(Handle handle, Object* object)
     {
         m_permanent.Set(handle, object);
-        m_lastHandle = Handle();
-        m_lastObject = nullptr;
+        m_last = {};
     }
     void RemovePermanent(Handle handle) noexcept
     {
         m_permanent.Remove(handle);
-        m_lastHandle = Handle();
-        m_lastObject = nullptr;
+        m_last = {};
     }
     /// Ends all temporary objects in the order of their handles.
     void DeleteTemporary() noexcept
@@ -89,8 +95,8 @@ public:
 private:
     SMap<Handle, Object*> m_permanent;
     SMap<Handle, Object*> m_temporary;
-    Handle m_lastHandle = Handle();
-    Object* m_lastObject = nullptr;
+    SLastFound<Handle, Object> m_own = {};
+    SLastFound<Handle, Object>& m_last;
 };
 
 #endif

@@ -21,12 +21,6 @@ namespace {
 
 SLastMessage g_last;
 
-SHandleMap<HWND, SWnd>& Map()
-{
-    static SHandleMap<HWND, SWnd> map;
-    return map;
-}
-
 // Windows that no object belongs to any more, in whose chain of procedures ours could not be taken out, with their own.
 SMap<HWND, WNDPROC>& LeftBehind()
 {
@@ -42,6 +36,14 @@ WNDPROC ProcedureOf(HWND window)
 } // namespace
 
 // ---- Objects and handles ----
+
+SLastFound<HWND, SWnd> SWnd::s_lastFound;
+
+SHandleMap<HWND, SWnd>& SWnd::Map()
+{
+    static SHandleMap<HWND, SWnd> map(s_lastFound);
+    return map;
+}
 
 SWnd::~SWnd()
 {
@@ -71,7 +73,7 @@ SWnd* SWnd::FromHandle(HWND window)
     return Map().FindOrMake(window);
 }
 
-SWnd* SWnd::FromHandlePermanent(HWND window)
+SWnd* SWnd::SearchPermanent(HWND window)
 {
     return Map().FindPermanent(window);
 }

@@ -245,7 +245,8 @@ int SWnd::OnNotify(WPARAM, LPARAM lParam, LRESULT* result)
     LRESULT ignored = 0;
     result = result ? result : &ignored;
     const SWndWatch watch(this);
-    SWnd* const source = FromHandlePermanent(header->hwndFrom);
+    // Not FromHandlePermanent: with that in line the compiler takes the watch for a pointer that dangles.
+    SWnd* const source = SearchPermanent(header->hwndFrom);
     if (source && source->OnChildNotify(last.message, last.wParam, last.lParam, result))
         return TRUE;
     if (!watch.IsAlive())
