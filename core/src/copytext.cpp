@@ -15,7 +15,8 @@ S_NOINLINE void CopyBlocks(wchar_t* to, const wchar_t* from, size_t n)
 {
     size_t i = 0;
     for (; n - i >= kStepUnits; i += kStepUnits) {
-        const Block a = Load(from + i), b = Load(from + i + 8), c = Load(from + i + 16), d = Load(from + i + 24);
+        const Block a = Load(from + i), b = Load(from + i + 8), c = Load(from + i + 16),
+                    d = Load(from + i + 24);
         Store(to + i, a);
         Store(to + i + 8, b);
         Store(to + i + 16, c);
