@@ -224,7 +224,7 @@ std::string Packed()
 const std::string kPacked = Packed();
 
 const Row<Streams> kStreams[] = {
-    { "SOutputGlobal::Write SOutputGlobal::GetBlob",
+    { "SOutputGlobal::Write SOutputGlobal::Grow SOutputGlobal::GetBlob",
       [](Streams& s) {
           s.target.Write(kBytes.data(), 3000);
           s.done = s.target.GetBlob().GetSize();

@@ -110,7 +110,8 @@ const Reason kCannot[] = {
       "__STree::Unlink",
       "links items that are there" },
     { "SRtfText::GetNextTag SRtfText::RemoveTag SRtfText::SkipSpace", "works in the caller's text" },
-    { "*Stream::Available *Stream::Skip *Stream::Read *Stream::Flush *Stream::operator?? SInputFile::* "
+    { "*Stream::Available *Stream::Skip *Stream::Read *Stream::Flush *Stream::operator?? "
+      "SInputBinaryStream::ThrowEnd SInputFile::* "
       "SOutputFile::* "
       "*Filter::* SInputGlobal::* SInflaterInputStream::* SOutputFileOnChange::Require",
       "moves bytes between buffers that are there" },
@@ -135,7 +136,8 @@ const Reason kCannot[] = {
       "keeps a procedure, if any, in the room of the entry that it has just given back" },
     { "SWnd::PostNcDestroy SWnd::GetSuperWndProc SWnd::GetDefaultMBReturn SWinApp::ExitInstance",
       "answers a constant or a field" },
-    { "SWnd::LeaveMainWindow SWnd::GetLastMessage SWnd::FromHandlePermanent SWinApp::SWinApp SWinApp::Get "
+    { "SWnd::LeaveMainWindow SWnd::GetLastMessage SWnd::SearchPermanent SWnd::s_lastFound SWnd::Map "
+      "SWinApp::SWinApp SWinApp::Get "
       "SWinApp::GetOwnerWnd SWinApp::GetFrameWnd SWinApp::Is* SWinApp::SetExiting SWinApp::SetNeedOnIdle "
       "SWinApp::IdleStep STempMapLock::Count SDC::SetPrinting SRichEditCtrl::IsRtf",
       "looks, or sets fields" },
