@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr size_t kLongest = 100;
+constexpr size_t kLongest = 140; // two of the longest steps, and a rest
 constexpr size_t kAll = ~static_cast<size_t>(0);
 
 int Sign(int order)

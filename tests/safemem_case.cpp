@@ -113,7 +113,7 @@ TEST(SafeMemCase, ChangesTheUnitsOfTheTextAndNoOther)
 {
     std::mt19937 random(TestSeed());
     GuardedText guarded;
-    for (size_t length = 0; length <= 100; ++length) {
+    for (size_t length = 0; length <= 140; ++length) {
         for (unsigned highest : { 0x7Fu, 0x17Fu, 0x5FFu }) {
             std::wstring text(length, L'\0');
             for (wchar_t& c : text)

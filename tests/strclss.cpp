@@ -5,6 +5,7 @@
 #include "salloc.h"
 #include "sexcept.h"
 #include "strbuffer.h"
+#include "support/guardedtext.h"
 #include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,22 @@ TEST(StringBuffers, TakeTheSmallestClassThatHolds)
         EXPECT_EQ(L'\0', s.PszStr()[c.length]);
         EXPECT_EQ(L'\0', s.PszStr()[c.capacity]);
         EXPECT_EQ(c.length > 2049 ? c.capacity * 2u + 14 : 0u, SString::LargeBytes() - large);
+    }
+}
+
+// From between pages that must not be touched, and without a unit more than there is room for.
+TEST(StringBuffers, HoldTextsOfAnyLengthToTheLastUnit)
+{
+    GuardedText guarded;
+    for (int length = 1; length <= 2200; length += length == 140 ? 1900 : 1) {
+        std::wstring text;
+        for (int i = 0; i < length; ++i)
+            text += static_cast<wchar_t>(0x100 + i * 7);
+        for (size_t gap = 0; gap < 16; gap += 2) {
+            const SString taken(guarded.AtEnd(text.c_str(), text.size(), gap), length);
+            ASSERT_EQ(text, std::wstring(taken, static_cast<size_t>(taken.Length()))) << length;
+            ASSERT_EQ(L'\0', taken.PszStr()[taken.Capacity()]) << length;
+        }
     }
 }
 
