@@ -204,40 +204,48 @@ int SAnsiString::AnsiToWideChar(const char* text, int length, wchar_t* output, i
 
 namespace {
 
-// Short texts are names and numbers, so mostly ASCII: that is tried before anything is made ready for the rest.
+// Short texts are names and numbers, so mostly ASCII: that is tried before anything is made ready for the rest. The units made,
+// with a terminator; 0 when it is not such a text.
 template <class From, class To>
-size_t ShortAsciiOr(size_t (*whole)(const From*, size_t, To*, size_t), const From* from, size_t count, To* to,
-                    size_t room)
+inline int ShortAscii(const From* text, int length, To* output, int size)
 {
-    constexpr size_t kShort = 64;
-    if (to && count <= kShort && count <= room && NarrowKern::CopyAscii(from, count, to) == count)
-        return count;
-    return whole(from, count, to, room);
+    constexpr int kShort = 64;
+    if (!text || !output || length <= 0 || length > kShort || length >= size)
+        return 0;
+    const size_t count = static_cast<size_t>(length);
+    if (NarrowKern::CopyAscii(text, count, output) != count)
+        return 0;
+    if (text[length - 1] == From())
+        return length;
+    output[length] = To();
+    return length + 1;
 }
 
-size_t Narrowed(const wchar_t* from, size_t count, char* to, size_t room)
+S_NOINLINE int NarrowAny(const wchar_t* text, int length, char* output, int size)
 {
-    return ShortAsciiOr(NarrowKern::Utf16To8, from, count, to, room);
+    return ConvertBy(text, length, output, size, NarrowKern::Utf16To8, [=](char* to, int room) {
+        return ::WideCharToMultiByte(CP_UTF8, FlagsForUtf8(), text, length, to, room, nullptr, nullptr);
+    });
 }
-size_t Widened(const char* from, size_t count, wchar_t* to, size_t room)
+S_NOINLINE int WidenAny(const char* text, int length, wchar_t* output, int size)
 {
-    return ShortAsciiOr(NarrowKern::Utf8To16, from, count, to, room);
+    return ConvertBy(text, length, output, size, NarrowKern::Utf8To16, [=](wchar_t* to, int room) {
+        return ::MultiByteToWideChar(CP_UTF8, 0, text, length, to, room);
+    });
 }
 
 } // namespace
 
 int SUtf8String::WideCharToUTF8(const wchar_t* text, int length, char* output, int size)
 {
-    return ConvertBy(text, length, output, size, Narrowed, [=](char* to, int room) {
-        return ::WideCharToMultiByte(CP_UTF8, FlagsForUtf8(), text, length, to, room, nullptr, nullptr);
-    });
+    const int made = ShortAscii(text, length, output, size);
+    return made > 0 ? made : NarrowAny(text, length, output, size);
 }
 
 int SUtf8String::UTF8ToWideChar(const char* text, int length, wchar_t* output, int size)
 {
-    return ConvertBy(text, length, output, size, Widened, [=](wchar_t* to, int room) {
-        return ::MultiByteToWideChar(CP_UTF8, 0, text, length, to, room);
-    });
+    const int made = ShortAscii(text, length, output, size);
+    return made > 0 ? made : WidenAny(text, length, output, size);
 }
 
 SString SUtf8String::ToUnicode(const char* text)
