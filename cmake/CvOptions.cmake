@@ -3,6 +3,7 @@
 
 option(CVCORE_CHECKED "Build the library's own checks (guards, foreign pointers, broken lists)" OFF)
 option(CVCORE_COVERAGE "Count which lines and branches of the library are reached (tools/coverage)" OFF)
+option(CVCORE_FULL "Tests take their random work in full, not a taste of it (tests/support/seed.h)" OFF)
 option(CVCORE_GUARD "Tests on a C heap that sees every byte too far; pools pass each block to it" OFF)
 option(CVCORE_TRAP "Let undefined behaviour trap; harden the standard library" OFF)
 

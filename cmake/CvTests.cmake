@@ -43,6 +43,9 @@ function(cv_run_as_test name)
     add_dependencies(${name}_test runtime_dlls)
     add_test(NAME ${name} COMMAND ${name}_test)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${cv_test_seconds})
+    if(CVCORE_FULL)
+        set_tests_properties(${name} PROPERTIES ENVIRONMENT CV_FULL=1)
+    endif()
 endfunction()
 
 # cv_test(NAME [DESKTOP] SOURCE...): the program NAME_test and its one ctest entry NAME. DESKTOP is for tests

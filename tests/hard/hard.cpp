@@ -1,6 +1,7 @@
 // Hostile input: whatever comes, the targets refuse it or take it, in work that is bounded by its size.
 //
-// CV_TEST_SECONDS is the time for mutations of a target; without it there is a taste of them in every run.
+// CV_TEST_SECONDS is the time for each test of a target; without it there is a taste of each, and of mutations, where a run is
+// full (support/seed.h), two million and more in all.
 #include "lane.h"
 #include "mutate.h"
 #include "target.h"
@@ -27,7 +28,7 @@ namespace {
 // No input of these sizes takes a hundredth of that on a machine of its own; what hangs, or goes over all of a large one for
 // each of its parts, is seen.
 const unsigned kHungAfterSeconds = 60;
-const double kUsualSeconds = 0.25;
+const double kUsualSeconds = 0.25, kFullMutatedSeconds = 3;
 
 // ---- The input at work: what is saved when it brings the program down ----
 
@@ -148,6 +149,12 @@ double SecondsToSpend()
     return asked ? std::strtod(asked, nullptr) : kUsualSeconds;
 }
 
+double SecondsToMutate()
+{
+    const bool isFull = WantedAmount() == Amount::Full && !std::getenv("CV_TEST_SECONDS");
+    return isFull ? kFullMutatedSeconds : SecondsToSpend();
+}
+
 // ---- The corpus: a file for each fault that ever was ----
 
 namespace fs = std::filesystem;
@@ -165,11 +172,19 @@ fs::path CorpusFolder()
 class HostileInput : public testing::TestWithParam<size_t> {
 protected:
     void TearDown() override { EXPECT_TRUE(IsHeapWhole()); }
+    static void TearDownTestSuite()
+    {
+        std::printf("%lu mutated inputs of %lu bytes on average in all\n", s_mutated.inputs,
+                    static_cast<unsigned long>(s_mutated.bytes / std::max(1ul, s_mutated.inputs)));
+    }
 
     const Target& m_target = Targets()[GetParam()];
     const WorkCounter m_work;
     Tally m_tally;
+    static Tally s_mutated; // of all targets
 };
+
+Tally HostileInput::s_mutated;
 
 } // namespace
 
@@ -235,7 +250,7 @@ TEST_P(HostileInput, ThatIsMutatedDoesNoHarm)
 {
     constexpr unsigned kBetweenLooks = 16;
     Mutator mutator(m_target, TestSeed());
-    const double end = Seconds() + SecondsToSpend();
+    const double end = Seconds() + SecondsToMutate();
     do {
         for (unsigned i = 0; i < kBetweenLooks; ++i)
             ASSERT_TRUE(Eats(m_target, mutator.Next(), m_work, m_tally));
@@ -243,6 +258,8 @@ TEST_P(HostileInput, ThatIsMutatedDoesNoHarm)
     } while (Seconds() < end);
     std::printf("%s: %lu mutated inputs of %lu bytes on average, %lu of them refused\n", m_target.name,
                 m_tally.inputs, static_cast<unsigned long>(m_tally.bytes / m_tally.inputs), m_tally.refused);
+    s_mutated.inputs += m_tally.inputs;
+    s_mutated.bytes += m_tally.bytes;
 }
 
 // Work that grows with the square of the input would take minutes here, hours in a long run: the watchdog, and the count of what was asked for,

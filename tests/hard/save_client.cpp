@@ -1,37 +1,58 @@
-// save_client HELPER PATH EVENT [halfway]: saves new content over a file again and again, until it is ended from outside. The event
-// is set once the first content stands; with "halfway" in the middle of the second saving, and there it stays.
+// save_client FOLDER EVENT [halfway]: each helper on a thread of its own saves new content over the file in its folder again and
+// again, until all are ended from outside. The event is set once every file stands; with "halfway" once each of those who save
+// in pieces is in the middle of its second saving, and there it stays.
 #include "hard/savers.h"
 
+#include <atomic>
 #include <cwchar>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
 
 namespace {
 
 HANDLE g_begun;
+std::atomic<size_t> g_notReady(std::size(kSavingHelpers));
+
+void BeReady()
+{
+    if (--g_notReady == 0)
+        ::SetEvent(g_begun);
+}
 
 void Halt()
 {
-    ::SetEvent(g_begun);
+    BeReady();
     ::Sleep(INFINITE);
+}
+
+void SaveForEver(const SavingHelper& helper, const std::wstring& folder, bool halts)
+{
+    const std::wstring path = folder + L"\\" + helper.name + L"\\" + kSavedFile;
+    helper.save(path.c_str(), SavedContent(0));
+    if (halts && helper.inPieces)
+        t_halfway = Halt;
+    else
+        BeReady();
+    for (unsigned round = 1;; ++round)
+        helper.save(path.c_str(), SavedContent(round));
 }
 
 } // namespace
 
 int wmain(int argc, wchar_t** argv)
 {
-    const bool halts = argc == 5 && std::wcscmp(argv[4], L"halfway") == 0;
-    if (argc != 4 && !halts)
+    const bool halts = argc == 4 && std::wcscmp(argv[3], L"halfway") == 0;
+    if (argc != 3 && !halts)
         return 2;
-    g_begun = ::OpenEventW(EVENT_MODIFY_STATE, FALSE, argv[3]);
-    for (const SavingHelper& helper : kSavingHelpers) {
-        if (!g_begun || std::wcscmp(helper.name, argv[1]) != 0)
-            continue;
-        for (unsigned round = 0;; ++round) {
-            helper.save(argv[2], SavedContent(round));
-            if (halts)
-                g_halfway = Halt;
-            else
-                ::SetEvent(g_begun);
-        }
-    }
+    g_begun = ::OpenEventW(EVENT_MODIFY_STATE, FALSE, argv[2]);
+    if (!g_begun)
+        return 2;
+    std::vector<std::thread> savers;
+    for (const SavingHelper& helper : kSavingHelpers)
+        savers.emplace_back(SaveForEver, helper, std::wstring(argv[1]), halts);
+    for (std::thread& saver : savers)
+        saver.join();
     return 2;
 }

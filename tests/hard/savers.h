@@ -25,13 +25,13 @@ inline bool IsWhole(const std::string& content)
            content == SavedContent(static_cast<unsigned>(content[0] - 'A'));
 }
 
-/// What is run in the middle of saving by those who save in pieces: a client halts there, to be killed at a known place.
-inline void (*g_halfway)() = nullptr;
+/// What this thread runs in the middle of saving in pieces: a client halts there, to be killed at a known place.
+inline thread_local void (*t_halfway)() = nullptr;
 
 inline void AtPiece(size_t at, const std::string& content)
 {
-    if (g_halfway && at == content.size() / 2)
-        g_halfway();
+    if (t_halfway && at == content.size() / 2)
+        t_halfway();
 }
 
 /// The control: what a program does that has no helper.
@@ -85,12 +85,16 @@ inline void WriteOnChange(const SString& path, const std::string& content)
 struct SavingHelper {
     const wchar_t* name;
     void (*save)(const SString& path, const std::string& content);
+    bool inPieces; // goes through AtPiece
 };
+
+/// The name of the file that each helper saves, in a folder that has the helper's name.
+const wchar_t kSavedFile[] = L"letters.txt";
 
 /// Whatever saves whole files, and at the end the control.
 const SavingHelper kSavingHelpers[] = {
-    { L"replace", ReplaceFile },    { L"pieces", ReplaceInPieces }, { L"blob", SaveBlob },
-    { L"onchange", WriteOnChange }, { L"overwrite", Overwrite },
+    { L"replace", ReplaceFile, false },   { L"pieces", ReplaceInPieces, true }, { L"blob", SaveBlob, false },
+    { L"onchange", WriteOnChange, true }, { L"overwrite", Overwrite, true },
 };
 
 #endif

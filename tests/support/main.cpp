@@ -16,11 +16,24 @@ namespace {
 
 // Longer than any sound program takes here, shorter than the limit that ctest sets, which would tell nothing.
 const unsigned kHungAfterSeconds = 240;
+const unsigned kLongRunHungAfterSeconds = 3600;
 
 unsigned HungAfterSeconds()
 {
     const char* asked = std::getenv("CV_HUNG_SECONDS");
-    return asked ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : kHungAfterSeconds;
+    if (asked)
+        return static_cast<unsigned>(std::strtoul(asked, nullptr, 10));
+    return WantedAmount() == Amount::Long ? kLongRunHungAfterSeconds : kHungAfterSeconds;
+}
+
+// What the command that repeats this run sets besides the seed.
+const char* AmountVariable()
+{
+    switch (WantedAmount()) {
+    case Amount::Full: return "CV_FULL=1 ";
+    case Amount::Long: return "CV_LONG=1 ";
+    default: return "";
+    }
 }
 
 std::string FailedTests()
@@ -94,8 +107,8 @@ int main(int argc, char** argv)
     if (testing::GTEST_FLAG(list_tests))
         return status;
     if (status != 0) {
-        std::printf("repeat with: CV_SEED=%u tools/wine-test '%s' --gtest_filter='%s'\n", TestSeed(), argv[0],
-                    FailedTests().c_str());
+        std::printf("repeat with: CV_SEED=%u %stools/wine-test '%s' --gtest_filter='%s'\n", TestSeed(),
+                    AmountVariable(), argv[0], FailedTests().c_str());
         return status;
     }
     if (unit.successful_test_count() == 0) {

@@ -1,5 +1,6 @@
 #include "seed.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -14,7 +15,24 @@ unsigned TestSeed()
     return seed;
 }
 
-int Cases(int usual)
+Amount WantedAmount()
 {
-    return std::getenv("CV_LONG") ? 1000000 : usual;
+    static const Amount amount = std::getenv("CV_LONG")   ? Amount::Long
+                                 : std::getenv("CV_FULL") ? Amount::Full
+                                                          : Amount::Taste;
+    return amount;
+}
+
+int Cases(int taste, int full)
+{
+    switch (WantedAmount()) {
+    case Amount::Taste: return taste;
+    case Amount::Full: return full;
+    default: return std::max(full, kMillion);
+    }
+}
+
+int Cases(int taste)
+{
+    return Cases(taste, taste);
 }
