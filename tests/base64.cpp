@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -160,6 +161,27 @@ TEST(Base64, EveryWayGivesWhatAPlainLoopGives)
         }
         ASSERT_EQ(text, Encode(bytes));
         ASSERT_EQ(ModelDecode(damaged), Decode(damaged));
+    }
+}
+
+TEST(Base64, BringsAllBytesBack)
+{
+    std::mt19937 random(TestSeed());
+    const int cases = Cases(1000, kMillion);
+    std::string bytes;
+    SString text;
+    SBlob back;
+    for (int round = 0; round < cases; ++round) {
+        bytes.resize(random() % 50);
+        for (char& c : bytes)
+            c = static_cast<char>(random());
+        Base64Tools::Base64Encode(bytes.data(), static_cast<int>(bytes.size()), text);
+        ASSERT_EQ((bytes.size() + 2) / 3 * 4, static_cast<size_t>(text.Length()));
+        ASSERT_EQ(0, Base64Tools::Base64Decode(text, back));
+        ASSERT_EQ(bytes.size(), back.GetSize()) << text;
+        ASSERT_EQ(0, bytes.empty() ? 0 : std::memcmp(bytes.data(), back.LockForRead(), bytes.size())) << text;
+        if (!bytes.empty())
+            back.Unlock();
     }
 }
 

@@ -229,7 +229,14 @@ TEST(Converters, CarryEveryScalarValueThereAndBack)
     EXPECT_TRUE(all == back.data());
     for (unsigned c = 0xD800; c < 0xE000; ++c) {
         const wchar_t half = static_cast<wchar_t>(c);
-        ASSERT_TRUE(SUtf8String(&half, 1).IsEmpty()) << c;
+        const char escaped[] = { '\xED', static_cast<char>(0x80 | (c >> 6 & 63)),
+                                 static_cast<char>(0x80 | (c & 63)), '\0' };
+        for (int before = 0; before < 4; ++before) {
+            const SString text = SString(L'x', before) + SString(&half, 1) + SString(L'y', 3 - before);
+            ASSERT_TRUE(SUtf8String(text).IsEmpty()) << c << ' ' << before;
+        }
+        const SString replaced = SUtf8String::ToUnicode(escaped);
+        ASSERT_TRUE(replaced.FindPos(L'\uFFFD') == 0 && replaced.FindPos(half) < 0) << c;
     }
 }
 

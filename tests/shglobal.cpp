@@ -317,19 +317,29 @@ TEST(BlobText, UuencodeLinesGoBothWays)
         EXPECT_EQ(0, read.SetAsUUElike(bad)) << SString(bad);
         EXPECT_EQ("old", Bytes(read));
     }
+}
+
+// Every length up to some lines, then short ones.
+TEST(BlobText, BringsAllBytesBack)
+{
+    constexpr int kSomeLines = 200, kShort = 24;
     std::mt19937 random(TestSeed());
-    for (int size = 0; size < 200; ++size) {
-        std::string bytes;
-        for (int i = 0; i < size; ++i)
-            bytes += static_cast<char>(random() % 5 ? random() : 0);
-        const SString text = Blob(bytes).GetAsUUElike();
-        ASSERT_EQ(1, read.SetAsUUElike(text)) << text;
-        ASSERT_EQ(bytes, Bytes(read));
-        // Other writers put blanks for zeros.
-        SString blanks(text);
-        blanks.ReplaceAll(L'`', L' ');
-        ASSERT_EQ(1, read.SetAsUUElike(blanks)) << blanks;
-        ASSERT_EQ(bytes, Bytes(read));
+    const int cases = Cases(1000, kMillion);
+    std::string bytes;
+    SBlob read;
+    for (int round = 0; round < cases; ++round) {
+        bytes.resize(static_cast<size_t>(round < kSomeLines ? round : static_cast<int>(random() % kShort)));
+        for (char& c : bytes)
+            c = static_cast<char>(random() % 5 ? random() : 0);
+        const SBlob blob = Blob(bytes);
+        const SString hex = blob.GetAsHex();
+        ASSERT_EQ(1, read.SetAsHex(hex)) << hex;
+        ASSERT_EQ(0, read.Compare(blob)) << hex;
+        SString uu = blob.GetAsUUElike();
+        if (round % 2) // other writers put blanks for zeros
+            uu.ReplaceAll(L'`', L' ');
+        ASSERT_EQ(1, read.SetAsUUElike(uu)) << uu;
+        ASSERT_EQ(0, read.Compare(blob)) << uu;
     }
 }
 

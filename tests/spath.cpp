@@ -289,15 +289,29 @@ TEST(Urls, StandForPathsInBothDirections)
     EXPECT_STREQ(L"", SFile::URLToPath(L"x/y", 1));
 }
 
+namespace {
+
+// What the system answers for every path of the test below, which it would look for on the disk.
+DWORD WINAPI NoSuchPath(const wchar_t*, wchar_t*, DWORD)
+{
+    ::SetLastError(ERROR_PATH_NOT_FOUND);
+    return 0;
+}
+
+} // namespace
+
 TEST(Urls, BringEveryLegalPathBack)
 {
+    const ImportPatch names("CVCore16.dll", nullptr, "GetLongPathNameW", NoSuchPath);
+    ASSERT_TRUE(names.Found());
     std::mt19937 random(TestSeed());
     const std::wstring forbidden = L"\\/:*?<>|\"";
-    for (int round = 0; round < Cases(3000); ++round) {
+    const int cases = Cases(3000, kMillion);
+    for (int round = 0; round < cases; ++round) {
         std::wstring path = round % 3 == 0   ? L"Q:\\"
                             : round % 3 == 1 ? L"\\\\srv\\share\\"
                                              : L"relative"; // no second separator in front
-        for (unsigned n = 1 + random() % 30; n > 0; --n) {
+        for (unsigned n = 1 + random() % 16; n > 0; --n) {
             const unsigned kind = random() % 8;
             const wchar_t c = static_cast<wchar_t>(kind < 4   ? 32 + random() % 95
                                                    : kind < 5 ? 0xD800 + random() % 0x800
@@ -306,7 +320,7 @@ TEST(Urls, BringEveryLegalPathBack)
         }
         const SString text = Text(path);
         const SString back = SFile::URLToPath(SFile::PathToURL(text));
-        ASSERT_STREQ(text, back) << SFile::PathToURL(text);
+        ASSERT_EQ(text, back) << SFile::PathToURL(text);
     }
 }
 

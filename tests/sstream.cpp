@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -50,6 +51,8 @@ public:
     {
         return m_tells ? static_cast<unsigned long>(m_bytes.size() - m_at) : kUnknown;
     }
+
+    bool IsAtEnd() const { return m_at == m_bytes.size(); }
 
     struct Call {
         unsigned long bytes, unit;
@@ -319,31 +322,127 @@ TEST(BinaryForm, OfTablesAndMapsIsTheirCountAndTheirStrings)
     CheckMap<SStringUnsortedMapNoCase>("b");
 }
 
+namespace {
+
+bool IsSame(const SBlob& a, const SBlob& b)
+{
+    return a.Compare(b) == 0;
+}
+template <class Map>
+bool IsSameMap(const Map& a, const Map& b)
+{
+    return a.GetAsList(L';', L'\\') == b.GetAsList(L';', L'\\');
+}
+bool IsSame(const SStringMap& a, const SStringMap& b)
+{
+    return IsSameMap(a, b);
+}
+bool IsSame(const SStringUnsortedMapNoCase& a, const SStringUnsortedMapNoCase& b)
+{
+    return IsSameMap(a, b);
+}
+template <class T>
+bool IsSame(const T& a, const T& b)
+{
+    return a == b;
+}
+
+SString RandomText(std::mt19937& random)
+{
+    constexpr unsigned kShort = 40, kLong = 3000, kOnceLong = 200;
+    SString text;
+    const unsigned length = random() % (random() % kOnceLong ? kShort : kLong);
+    wchar_t* const units = text.GetBufferSetLength(static_cast<int>(length));
+    for (unsigned i = 0; i < length; ++i)
+        units[i] = static_cast<wchar_t>(random() % 3 ? 32 + random() % 90 : 0xE000 + random() % 0x1000);
+    return text;
+}
+
+// Values of every kind that a binary stream takes, and what comes back of each.
+class RandomValues {
+public:
+    explicit RandomValues(std::mt19937& random) : m_random(random) {}
+
+    void WriteOne(SOutputBinaryStream& out)
+    {
+        const unsigned long number = m_random() >> m_random() % 32;
+        switch (m_random() % 12) {
+        case 0: Write(out, static_cast<unsigned char>(number)); break;
+        case 1: Write(out, static_cast<unsigned short>(number)); break;
+        case 2: Write(out, number); break;
+        case 3: Write(out, static_cast<long>(number)); break;
+        case 4: Write(out, BlobOf(RandomText(m_random))); break;
+        case 5:
+            Write(out, Filled<SStringTable>([this](SStringTable& t) { t.Add(RandomText(m_random)); }));
+            break;
+        case 6: Write(out, Map<SStringMap>()); break;
+        case 7: Write(out, Map<SStringUnsortedMapNoCase>()); break;
+        default: Write(out, RandomText(m_random)); break;
+        }
+    }
+    void ReadAll(SInputBinaryStream& in) const
+    {
+        for (const auto& read : m_reads) {
+            ASSERT_TRUE(read(in));
+        }
+    }
+
+private:
+    template <class T>
+    void Write(SOutputBinaryStream& out, const T& value)
+    {
+        out << value;
+        m_reads.push_back([value](SInputBinaryStream& in) {
+            T back{};
+            in >> back;
+            return IsSame(value, back);
+        });
+    }
+    template <class T, class Add>
+    T Filled(Add add)
+    {
+        T filled;
+        for (unsigned n = m_random() % 4; n > 0; --n)
+            add(filled);
+        return filled;
+    }
+    template <class M>
+    M Map()
+    {
+        return Filled<M>([this](M& map) {
+            const SString key = RandomText(m_random);
+            map.Set(key, RandomText(m_random));
+        });
+    }
+    static SBlob BlobOf(const SString& text)
+    {
+        SBlob blob;
+        EXPECT_EQ(1, blob.SetAsText(text));
+        return blob;
+    }
+
+    std::mt19937& m_random;
+    std::vector<std::function<bool(SInputBinaryStream&)>> m_reads;
+};
+
+} // namespace
+
 TEST(BinaryForm, BringsRandomValuesBackFromAnySource)
 {
+    constexpr int kTogether = 10;
     std::mt19937 random(TestSeed());
-    for (int round = 0; round < Cases(300); ++round) {
+    const int cases = Cases(3000, kMillion);
+    for (int done = 0; done < cases; done += kTogether) {
         SOutputGlobal bytes;
         SOutputBinaryStream out(bytes);
-        std::vector<SString> texts;
-        std::vector<long> numbers;
-        for (unsigned n = random() % 20; n > 0; --n) {
-            std::wstring text;
-            for (unsigned k = random() % 5 ? random() % 40 : random() % 3000; k > 0; --k)
-                text += static_cast<wchar_t>(random() % 3 ? 32 + random() % 90 : 0xE000 + random() % 0x1000);
-            texts.push_back(SString(std::wstring_view(text)));
-            numbers.push_back(static_cast<long>(random()));
-            out << numbers.back() << texts.back();
-        }
-        Source source(Bytes(bytes), round % 2 == 0);
+        RandomValues values(random);
+        for (int i = 0; i < kTogether; ++i)
+            values.WriteOne(out);
+        Source source(Bytes(bytes), random() % 2 == 0);
         SInputBinaryStream in(source);
-        for (size_t i = 0; i < texts.size(); ++i) {
-            long number;
-            SString text;
-            in >> number >> text;
-            ASSERT_EQ(numbers[i], number);
-            ASSERT_EQ(texts[i], text);
-        }
+        values.ReadAll(in);
+        ASSERT_FALSE(HasFatalFailure());
+        ASSERT_TRUE(source.IsAtEnd());
     }
 }
 

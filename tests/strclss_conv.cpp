@@ -31,7 +31,7 @@ std::wstring Shortest(double number)
 TEST(StringNumbers, RoundTrip)
 {
     std::mt19937 random(TestSeed());
-    for (int i = 0; i < Cases(200000); ++i) {
+    for (int i = 0; i < Cases(200000, kMillion); ++i) {
         const long whole = static_cast<long>(random() >> random() % 32) * (i % 2 ? 1 : -1);
         ASSERT_EQ(std::to_wstring(whole), Wide(SString(whole)));
         ASSERT_EQ(whole, SString(whole).ToLONG());

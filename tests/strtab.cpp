@@ -158,7 +158,7 @@ TEST(StringTable, ReadsAndWritesOneLineLists)
     EXPECT_STREQ(L"a^^--b--c^--d", SStringTable({ L"a^", L"b", L"c--d" }).GetAsList(L"--", L"^"));
 
     std::mt19937 random(TestSeed());
-    for (int round = 0; round < Cases(2000); ++round) {
+    for (int round = 0; round < Cases(2000, kMillion); ++round) {
         SStringTable strings;
         for (unsigned n = random() % 6; n > 0; --n) {
             SString text;
