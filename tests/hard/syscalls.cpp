@@ -12,40 +12,12 @@
 #include "support/counters.h"
 #include "support/importpatch.h"
 #include "support/stringhelp.h"
+#include "support/systemfails.h"
 #include "support/tempfolder.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr DWORD kWhy = ERROR_NOT_SUPPORTED;
-int g_calls;
-
-// Any function of the system that answers `answer` and says why.
-template <class Function>
-struct Failing;
-
-template <class Result, class... Arguments>
-struct Failing<Result WINAPI(Arguments...)> {
-    template <INT_PTR answer>
-    static Result WINAPI Call(Arguments...)
-    {
-        ++g_calls;
-        ::SetLastError(kWhy);
-        if constexpr (std::is_pointer_v<Result>)
-            return reinterpret_cast<Result>(answer);
-        else
-            return static_cast<Result>(answer);
-    }
-};
-
-template <auto* function, INT_PTR answer = 0>
-void* Fails()
-{
-    return reinterpret_cast<void*>(Failing<std::remove_pointer_t<decltype(function)>>::template Call<answer>);
-}
-
-constexpr INT_PTR kNoHandle = -1; // INVALID_HANDLE_VALUE, INVALID_FILE_ATTRIBUTES
 
 struct Place {
     TempFolder folder;
@@ -238,9 +210,9 @@ TEST(FailingSystem, AnswersTheStatedCodeAndLeavesEverythingAsItWas)
         {
             const ImportPatch patch(::GetModuleHandleA("CVCore16.dll"), nullptr, row.function, row.failing);
             ASSERT_TRUE(patch.Found());
-            g_calls = 0;
+            g_systemCalls = 0;
             EXPECT_EQ(row.code, Thrown(row.call, place));
-            EXPECT_GT(g_calls, 0) << "it was not called";
+            EXPECT_GT(g_systemCalls, 0) << "it was not called";
         }
         EXPECT_EQ(before, place.State());
         EXPECT_EQ(here, SCurrentDirectory::Get());
@@ -259,9 +231,9 @@ TEST(FailingSystem, MakesNoWindowAndLosesNone)
         {
             const ImportPatch patch(::GetModuleHandleA("CVCore16.dll"), nullptr, row.function, row.failing);
             ASSERT_TRUE(patch.Found());
-            g_calls = 0;
+            g_systemCalls = 0;
             EXPECT_FALSE(row.call());
-            EXPECT_GT(g_calls, 0) << "it was not called";
+            EXPECT_GT(g_systemCalls, 0) << "it was not called";
         }
         EXPECT_EQ(before.handles, CountResources().handles);
         EXPECT_EQ(before.gdiObjects, CountResources().gdiObjects);
