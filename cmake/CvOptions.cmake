@@ -28,6 +28,7 @@ if(CVCORE_TRAP)
 endif()
 if(CVCORE_COVERAGE)
     add_link_options(--coverage)
+    add_compile_definitions(CVCORE_COVERAGE)
 endif()
 if(CVCORE_GUARD)
     # Inline code in the headers asks for it. In a pool's chunk an overrun of a string would hit the next string.
@@ -54,6 +55,10 @@ function(cv_library_code target)
     endif()
     target_compile_options(${target} PRIVATE
         -fno-delete-null-pointer-checks                       # the promises on a null `this`
-        -fnon-call-exceptions -fasynchronous-unwind-tables    # a machine fault can become an exception
+        -fasynchronous-unwind-tables                          # a machine fault can become an exception
         -fno-stack-protector)                                 # it would bring a fourth run-time DLL
+    # The same, for places of ours. Where branches are counted, each access to memory would be one.
+    if(NOT CVCORE_COVERAGE)
+        target_compile_options(${target} PRIVATE -fnon-call-exceptions)
+    endif()
 endfunction()
