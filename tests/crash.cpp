@@ -398,6 +398,8 @@ TEST(Hook, LeavesARecordOfEveryEndAndLetsTheEndBeTheSame)
           "*** Unhandled fault\r\naccess violation (0xC0000005) reading 0x00000000\r\nat msvcrt.dll+" },
         { L"many-handlers", 99, "*** Unhandled fault\r\n" },
         { L"terminate", 98, "*** std::terminate\r\n" },
+        { L"terminate-removed", 98, nullptr },
+        { L"raise", 99, "*** Unhandled fault\r\nexception (0xE0001234)\r\n" },
         { L"other-filter", 97, "*** Unhandled fault\r\n" },
         { L"throw", 98, "*** Exception that nobody caught\r\nstd::out_of_range: no such row\r\n" },
         { L"broken", 0, "*** Fault with a broken chain of handlers\r\n" },

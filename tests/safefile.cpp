@@ -33,6 +33,12 @@ BOOL WINAPI NoMove(const wchar_t*, const wchar_t*, DWORD)
     ::SetLastError(ERROR_SHARING_VIOLATION);
     return FALSE;
 }
+BOOL WINAPI CloseBadly(HANDLE handle)
+{
+    ::CloseHandle(handle);
+    ::SetLastError(ERROR_IO_DEVICE);
+    return FALSE;
+}
 HANDLE WINAPI NoFile(const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE)
 {
     ::SetLastError(ERROR_ACCESS_DENIED);
@@ -95,6 +101,7 @@ TEST(SafeFile, KeepsTheOldContentWhateverFails)
     fails("WriteFile", reinterpret_cast<void*>(DiskIsFull), SFileCode::kWrite, ERROR_DISK_FULL);
     fails("WriteFile", reinterpret_cast<void*>(ShortWrite), SFileCode::kWrite, 0);
     fails("FlushFileBuffers", reinterpret_cast<void*>(NoFlush), SFileCode::kWrite, ERROR_IO_DEVICE);
+    fails("CloseHandle", reinterpret_cast<void*>(CloseBadly), SFileCode::kWrite, ERROR_IO_DEVICE);
     fails("MoveFileExW", reinterpret_cast<void*>(NoMove), SFileCode::kRename, ERROR_SHARING_VIOLATION);
     fails("CreateFileW", reinterpret_cast<void*>(NoFile), SFileCode::kCreate, ERROR_ACCESS_DENIED);
     EXPECT_EQ(before.handles, CountResources().handles);

@@ -5,6 +5,7 @@
 
 #include "support/counters.h"
 #include "support/importpatch.h"
+#include "support/systemfails.h"
 #include "support/stringhelp.h"
 #include "support/tempfolder.h"
 
@@ -172,6 +173,16 @@ TEST(Finding, FollowsLinksOnlyWhenAskedAndNeverTwice)
     EXPECT_EQ((Names{ L"a.txt", L"x\\c.txt" }), Found(find, tree.Path(L"*.txt"), tree.Path()));
     EXPECT_EQ((Names{ L"a.txt", L"x\\c.txt", L"x\\y\\d.txt" }),
               Found(find, tree.Path(L"*.txt"), tree.Path(), SBaseFind::kFollowLinks));
+    const Names all = Found(find, tree.Path(L"*.txt"), tree.Path(), SBaseFind::kFollowLinks);
+    for (const auto& unknown :
+         { std::pair<const char*, void*>("CreateFileW", Fails<&::CreateFileW, kNoHandle>()),
+           std::pair<const char*, void*>("GetFileInformationByHandle",
+                                         Fails<&::GetFileInformationByHandle>()) }) {
+        const ImportPatch patch(::GetModuleHandleA("CVCore16.dll"), nullptr, unknown.first, unknown.second);
+        ASSERT_TRUE(patch.Found());
+        EXPECT_EQ(all, Found(find, tree.Path(L"*.txt"), tree.Path(), SBaseFind::kFollowLinks))
+            << "a folder that cannot be told from others is looked through";
+    }
     const ImportPatch same("CVCore16.dll", "KERNEL32.dll", "GetFileInformationByHandle", AllTheSameFolder);
     ASSERT_TRUE(same.Found());
     EXPECT_EQ((Names{ L"a.txt" }), Found(find, tree.Path(L"*.txt"), tree.Path(), SBaseFind::kFollowLinks))

@@ -2,10 +2,12 @@
 #include "crash.h"
 #include "crashlog.h"
 #include "describe.h"
+#include "excdlg.h"
 #include "modstate.h"
 #include "sexcept.h"
 #include "strtrans.h"
 
+#include "support/allocfail.h"
 #include "support/faulting.h"
 #include "support/importpatch.h"
 #include "support/stringhelp.h"
@@ -18,8 +20,11 @@
 #include <psapi.h>
 
 #include <cstring>
+#include <cwchar>
+#include <iterator>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -145,6 +150,41 @@ TEST(LogEdges, FramesAreNamedByTheModulesOwnTableWhenTheSystemHasNoNameForThem)
     }
 }
 
+namespace {
+
+// Holds the log longer than anybody waits for it.
+BOOL WINAPI WriteSlowly(HANDLE file, const void* bytes, DWORD count, DWORD* written, OVERLAPPED*)
+{
+    constexpr DWORD kLongerThanPatienceMs = 2500;
+    static bool isHeld = false;
+    if (!std::exchange(isHeld, true))
+        ::Sleep(kLongerThanPatienceMs);
+    return ::WriteFile(file, bytes, count, written, nullptr);
+}
+DWORD WINAPI AppendSlowly(void*)
+{
+    return static_cast<DWORD>(AppendToExceptionLogPrefixed(L"slow"));
+}
+
+} // namespace
+
+TEST(LogEdges, AThreadThatKeepsTheLogIsNotWaitedForForEver)
+{
+    const TempLog log;
+    const ImportPatch write = Patched("WriteFile", WriteSlowly);
+    const HANDLE thread = ::CreateThread(nullptr, 0, AppendSlowly, nullptr, 0, nullptr);
+    ::Sleep(100); // it has begun
+    EXPECT_EQ(0, AppendToExceptionLogPrefixed(L"lost"));
+    ::WaitForSingleObject(thread, INFINITE);
+    DWORD done = 0;
+    ::GetExitCodeThread(thread, &done);
+    ::CloseHandle(thread);
+    EXPECT_EQ(1u, done);
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"afterwards"));
+    EXPECT_EQ(std::string::npos, log.Text().find("lost"));
+    EXPECT_NE(std::string::npos, log.Text().find("afterwards"));
+}
+
 // ---- Dumps ----
 
 namespace {
@@ -176,6 +216,142 @@ TEST(DumpEdges, ADumpThatTheSystemCouldNotWriteLeavesNoFile)
     const std::string text = TempFolder::Content(folder.Path(L"a.log"));
     EXPECT_NE(text.npos, text.find("no dump: it could not be written to ")) << text;
     SSetExceptionLog(nullptr);
+}
+
+// ---- Faults ----
+
+namespace {
+
+struct Raised {
+    DWORD code;
+    std::vector<ULONG_PTR> information;
+};
+const Raised* g_raised;
+void Raise()
+{
+    ::RaiseException(g_raised->code, 0, static_cast<DWORD>(g_raised->information.size()),
+                     g_raised->information.data());
+}
+
+} // namespace
+
+TEST(FaultEdges, TheAccessIsToldAsFarAsTheSystemTellsIt)
+{
+    constexpr DWORD kInPage = EXCEPTION_IN_PAGE_ERROR;
+    constexpr ULONG_PTR kRead = 0, kWrite = 1, kForbidden = 8, kPlace = 0x1234;
+    const struct {
+        Raised raised;
+        SMachineFault::Access access;
+        const wchar_t* text;
+    } kRows[] = {
+        { { EXCEPTION_ACCESS_VIOLATION, {} }, SMachineFault::kNoAccess, L"access violation (0xC0000005)" },
+        { { EXCEPTION_ACCESS_VIOLATION, { kRead } },
+          SMachineFault::kNoAccess,
+          L"access violation (0xC0000005)" },
+        { { EXCEPTION_ACCESS_VIOLATION, { kRead, kPlace } },
+          SMachineFault::kRead,
+          L"access violation (0xC0000005) reading 0x00001234" },
+        { { EXCEPTION_ACCESS_VIOLATION, { kForbidden, kPlace } },
+          SMachineFault::kExecute,
+          L"access violation (0xC0000005) executing 0x00001234" },
+        { { kInPage, { kWrite, kPlace, 7 } },
+          SMachineFault::kWrite,
+          L"in-page error (0xC0000006) writing 0x00001234" },
+        { { EXCEPTION_PRIV_INSTRUCTION, { kRead, kPlace } },
+          SMachineFault::kNoAccess,
+          L"privileged instruction (0xC0000096)" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(testing::PrintToString(row.text));
+        const TempLog log;
+        g_raised = &row.raised;
+        try {
+            SRunGuarded(Raise);
+            ADD_FAILURE() << "no fault";
+        }
+        catch (const SEMachineFault& fault) {
+            EXPECT_EQ(row.access, fault.GetFault().access);
+            EXPECT_STREQ(row.text, fault.GetText());
+        }
+    }
+}
+
+// ---- The message box ----
+
+namespace {
+
+unsigned g_type;
+wchar_t g_shown[2000]; // no memory is to be had for it
+int RememberBox(const wchar_t* text, const wchar_t*, unsigned type)
+{
+    g_type = type;
+    std::wcsncpy(g_shown, text, std::size(g_shown) - 1);
+    return IDOK;
+}
+BOOL WINAPI Invisible(HANDLE, int, void* flags, DWORD, DWORD*)
+{
+    *static_cast<USEROBJECTFLAGS*>(flags) = {};
+    return TRUE;
+}
+template <int how>
+FARPROC WINAPI FindStation(HMODULE module, const char* name)
+{
+    if (how == 0 && std::strcmp(name, "GetProcessWindowStation") == 0)
+        return nullptr;
+    if (std::strcmp(name, "GetUserObjectInformationW") != 0)
+        return ::GetProcAddress(module, name);
+    void* const none =
+        reinterpret_cast<void*>(FailingCall<BOOL WINAPI(HANDLE, int, void*, DWORD, DWORD*)>::Call<0>);
+    return how == 1   ? nullptr
+           : how == 2 ? reinterpret_cast<FARPROC>(none)
+                      : reinterpret_cast<FARPROC>(reinterpret_cast<void*>(Invisible));
+}
+
+} // namespace
+
+TEST(BoxEdges, WhereNoStationCanBeSeenABoxIsAServicesNotification)
+{
+    DbgMessageBoxHook() = RememberBox;
+    for (auto* find : { FindStation<0>, FindStation<1>, FindStation<2>, FindStation<3> }) {
+        const ImportPatch patch = Patched("GetProcAddress", find);
+        g_type = 0;
+        EXPECT_EQ(IDOK, ShowDbgMessageBox(L"t", L"c", MB_OKCANCEL));
+        EXPECT_EQ(unsigned{ MB_SERVICE_NOTIFICATION }, g_type & (MB_SERVICE_NOTIFICATION | MB_TOPMOST));
+    }
+    DbgMessageBoxHook() = nullptr;
+}
+
+TEST(BoxEdges, AReportThatThereIsNoMemoryForIsShownWithoutItsArguments)
+{
+    const TempLog log;
+    DbgMessageBoxHook() = RememberBox;
+    const int before = SExceptionActivateDialog(1);
+    const SString large(L'x', 100000);
+    {
+        AllocationFailures failures;
+        failures.Arm(1, FailMode::FromThenOn);
+        SExceptionDialog_("f.cpp", 1, L"about %s", large.PszStr());
+        failures.Disarm();
+        EXPECT_GT(failures.Failed(), 0);
+    }
+    EXPECT_NE(nullptr, std::wcsstr(g_shown, L"about %s")) << SString(g_shown);
+    SExceptionActivateDialog(before);
+    DbgMessageBoxHook() = nullptr;
+}
+
+TEST(SymbolEdges, ANameWhoseSymbolCannotBeHeldIsNotThere)
+{
+    SSymbolTable symbols;
+    const int points =
+        WalkAllocationFailures([&] { symbols.Clear(); }, [&] { symbols.Set(L"NAME", 3, L"value"); },
+                               [&](const AllocationTrial& trial) {
+                                   if (!trial.failed)
+                                       return;
+                                   EXPECT_TRUE(Threw<SEOutOfMemory>(trial));
+                                   EXPECT_EQ(0, symbols.Count());
+                                   EXPECT_EQ(nullptr, symbols.Find(L"NAME", SSymbolTable::kAnyId));
+                               });
+    EXPECT_GT(points, 0);
 }
 
 // ---- What describes and names ----

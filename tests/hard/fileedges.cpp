@@ -213,6 +213,43 @@ TEST(FileEdges, NoPlaceForAnAnswerIsSaidAndTheSameFileStaysOpen)
     EXPECT_EQ(0, type);
 }
 
+namespace {
+
+HANDLE WINAPI FindNameless(const wchar_t* pattern, WIN32_FIND_DATAW* found)
+{
+    const HANDLE find = ::FindFirstFileW(pattern, found);
+    found->cFileName[0] = L'\0';
+    return find;
+}
+
+} // namespace
+
+TEST(FileEdges, AReadOnlyFileIsOpenedForReading)
+{
+    const TempFolder folder;
+    const SString path = Text(folder.File(L"a.txt", "0123456789"));
+    SFile file;
+    file.Init(path);
+    ASSERT_EQ(1, file.SetAttributes(FILE_ATTRIBUTE_READONLY));
+    ASSERT_EQ(0, file.OpenExisting(0));
+    EXPECT_EQ(DWORD{ GENERIC_READ }, file.GetAccess());
+    EXPECT_EQ(0, file.CanBeWritten()) << "while it is open";
+    char bytes[10];
+    DWORD count = 3;
+    EXPECT_EQ(0, file.Read(bytes, &count, 100));
+    EXPECT_EQ(3u, count) << "no more than there is room for";
+    EXPECT_EQ(0, file.Close());
+    EXPECT_EQ(0, file.CanBeWritten());
+    FILETIME made, written;
+    EXPECT_EQ(0, SFile::GetDateTime(path, &made, 1));
+    EXPECT_EQ(0, SFile::GetDateTime(path, &written));
+    file.SetAttributes(FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(1, file.CanBeWritten());
+    EXPECT_EQ(SFileCode::kName,
+              While(By("FindFirstFileW", FindNameless), [&] { return file.FindFirst(path); }));
+    EXPECT_EQ(0, file.FindClose());
+}
+
 TEST(FileEdges, FilesThatCannotBeComparedSaySo)
 {
     const TempFolder folder;

@@ -19,14 +19,14 @@ UINT g_status = 99;
 
 #ifdef CVCORE_COVERAGE
 // The counts of what was reached would be lost. A thread of its own writes them: there may be no stack left.
-extern "C" __declspec(dllimport) void cv_keep_counts();
+extern "C" __declspec(dllimport) void KeepReachedCounts();
 
 const HANDLE g_ends = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
 const HANDLE g_keeper = ::CreateThread(
     nullptr, 0,
     [](void*) -> DWORD {
         ::WaitForSingleObject(g_ends, INFINITE);
-        cv_keep_counts();
+        KeepReachedCounts();
         return 0;
     },
     nullptr, 0, nullptr);
@@ -136,6 +136,18 @@ void FaultBelowManyHandlerGuards()
     Nest(40);
 }
 
+// Nothing that the machine reports, and not what C++ throws.
+void Raise()
+{
+    ::RaiseException(0xE0001234, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+}
+
+void TerminateWithoutHook()
+{
+    VectoredExceptionHook::Remove();
+    std::terminate();
+}
+
 void Terminate()
 {
     std::terminate();
@@ -211,6 +223,8 @@ int wmain(int count, wchar_t** arguments)
         { L"passed-by", FaultThatTheGuardLetsBy },
         { L"many-handlers", FaultBelowManyHandlerGuards },
         { L"terminate", Terminate },
+        { L"terminate-removed", TerminateWithoutHook },
+        { L"raise", Raise },
         { L"other-filter", FaultWithHookAboveAndBelow },
         { L"removed", FaultWithoutHook },
         { L"throw", Throw },
