@@ -22,14 +22,13 @@ UINT g_status = 99;
 extern "C" __declspec(dllimport) void KeepReachedCounts();
 
 const HANDLE g_ends = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-const HANDLE g_keeper = ::CreateThread(
-    nullptr, 0,
-    [](void*) -> DWORD {
-        ::WaitForSingleObject(g_ends, INFINITE);
-        KeepReachedCounts();
-        return 0;
-    },
-    nullptr, 0, nullptr);
+DWORD WINAPI KeepAtTheEnd(void*)
+{
+    ::WaitForSingleObject(g_ends, INFINITE);
+    KeepReachedCounts();
+    return 0;
+}
+const HANDLE g_keeper = ::CreateThread(nullptr, 0, KeepAtTheEnd, nullptr, 0, nullptr);
 
 void KeepCounts()
 {
