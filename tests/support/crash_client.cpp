@@ -19,13 +19,19 @@ UINT g_status = 99;
 
 #ifdef CVCORE_COVERAGE
 // The counts of what was reached would be lost. A thread of its own writes them: there may be no stack left.
-extern "C" __declspec(dllimport) void KeepReachedCounts();
+void (*const g_keepReachedCounts)() = reinterpret_cast<void (*)()>(
+    ::GetProcAddress(::GetModuleHandleW(L"CVCore16.dll"), MAKEINTRESOURCEA(4000)));
 
 const HANDLE g_ends = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+const HANDLE g_main = ::OpenThread(SYNCHRONIZE, FALSE, ::GetCurrentThreadId());
+
 DWORD WINAPI KeepAtTheEnd(void*)
 {
-    ::WaitForSingleObject(g_ends, INFINITE);
-    KeepReachedCounts();
+    const HANDLE either[] = { g_ends, g_main };
+    const DWORD ended = ::WaitForMultipleObjects(2, either, FALSE, INFINITE);
+    g_keepReachedCounts();
+    if (ended != WAIT_OBJECT_0) // a thread without a chain of handlers ends alone
+        ::TerminateProcess(::GetCurrentProcess(), 1);
     return 0;
 }
 const HANDLE g_keeper = ::CreateThread(nullptr, 0, KeepAtTheEnd, nullptr, 0, nullptr);
