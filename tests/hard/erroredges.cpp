@@ -5,6 +5,7 @@
 #include "excdlg.h"
 #include "modstate.h"
 #include "sexcept.h"
+#include "starget.h"
 #include "strtrans.h"
 
 #include "support/allocfail.h"
@@ -31,6 +32,22 @@ namespace {
 DWORD WINAPI TooLong(const wchar_t*, wchar_t*, DWORD room)
 {
     return room + 1;
+}
+std::wstring g_temporary;
+DWORD WINAPI TemporaryIs(DWORD room, wchar_t* buffer)
+{
+    if (g_temporary.size() < room)
+        std::wcscpy(buffer, g_temporary.c_str());
+    return static_cast<DWORD>(g_temporary.size());
+}
+// The second file that is opened cannot be.
+HANDLE WINAPI OpenOnce(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                       DWORD how, DWORD flags, HANDLE like)
+{
+    static bool isOver = false;
+    if (std::exchange(isOver, true))
+        return INVALID_HANDLE_VALUE;
+    return ::CreateFileW(path, access, share, security, how, flags, like);
 }
 BOOL WINAPI WriteOneLess(HANDLE file, const void* bytes, DWORD count, DWORD* written, OVERLAPPED*)
 {
@@ -59,8 +76,19 @@ TEST(LogEdges, TheUsualPlaceFallsBackToTheTemporaryFolderAndThenToTheRoot)
     for (void* variable : { Fails<&::GetEnvironmentVariableW>(), reinterpret_cast<void*>(TooLong) }) {
         const ImportPatch none = Patched("GetEnvironmentVariableW", variable);
         EXPECT_STREQ(inTemporary.c_str(), SExceptionLogPath());
-        const ImportPatch noTemporary = Patched("GetTempPathW", Fails<&::GetTempPathW>());
-        EXPECT_STREQ(L"\\CVCore16\\exceptions.log", SExceptionLogPath());
+        const struct {
+            std::wstring temporary, log;
+        } kRows[] = {
+            { L"", L"\\CVCore16\\exceptions.log" },
+            { std::wstring(5000, L'x'), L"\\CVCore16\\exceptions.log" },
+            { L"C:\\t\\", L"C:\\t\\CVCore16\\exceptions.log" },
+            { L"C:\\t", L"C:\\t\\CVCore16\\exceptions.log" },
+        };
+        const ImportPatch other = Patched("GetTempPathW", TemporaryIs);
+        for (const auto& row : kRows) {
+            g_temporary = row.temporary;
+            EXPECT_STREQ(row.log.c_str(), SExceptionLogPath());
+        }
     }
 }
 
@@ -83,8 +111,14 @@ TEST(LogEdges, ARecordIsWrittenThoughTheFileCannotBeMeasuredLockedOrRenamed)
     EXPECT_NE(text.npos, text.find("xxx"));
     EXPECT_NE(text.npos, text.find("yyy"));
     EXPECT_NE(text.npos, text.find("not locked, not renamed\r\n"));
-    const ImportPatch part = Patched("WriteFile", WriteOneLess);
-    EXPECT_EQ(0, AppendToExceptionLogPrefixed(L"a part of it")) << "which is said";
+    {
+        const ImportPatch part = Patched("WriteFile", WriteOneLess);
+        EXPECT_EQ(0, AppendToExceptionLogPrefixed(L"a part of it")) << "which is said";
+    }
+    EXPECT_EQ(1, AppendToExceptionLogPrefixed(SString(L'z', 1200000)));
+    const ImportPatch open = Patched("CreateFileW", OpenOnce);
+    EXPECT_EQ(0, AppendToExceptionLogPrefixed(L"renamed, and no new file"));
+    EXPECT_EQ("", log.Text());
 }
 
 namespace {
@@ -210,6 +244,7 @@ TEST(DumpEdges, ADumpThatTheSystemCouldNotWriteLeavesNoFile)
         const ImportPatch find = Patched("GetProcAddress", FindDumpNothing);
         ASSERT_EQ(1, SSetExceptionDumps(1)); // finds it once, for the rest of this program
     }
+    ASSERT_EQ(1, SSetExceptionDumps(1));
     EXPECT_THROW(SRunGuarded(ReadNull), SEMachineFault);
     SSetExceptionDumps(0);
     EXPECT_EQ(1, TempFolder::Entries(folder.Path())) << "the log alone";
@@ -335,6 +370,8 @@ TEST(BoxEdges, AReportThatThereIsNoMemoryForIsShownWithoutItsArguments)
         EXPECT_GT(failures.Failed(), 0);
     }
     EXPECT_NE(nullptr, std::wcsstr(g_shown, L"about %s")) << SString(g_shown);
+    SExceptionDialog(nullptr, 7, L"from nowhere");
+    EXPECT_NE(nullptr, std::wcsstr(g_shown, L"(7): from nowhere")) << SString(g_shown);
     SExceptionActivateDialog(before);
     DbgMessageBoxHook() = nullptr;
 }
@@ -352,6 +389,24 @@ TEST(SymbolEdges, ANameWhoseSymbolCannotBeHeldIsNotThere)
                                    EXPECT_EQ(nullptr, symbols.Find(L"NAME", SSymbolTable::kAnyId));
                                });
     EXPECT_GT(points, 0);
+    // One more for a name that is known: the name stays with those that it had.
+    symbols.Set(L"NAME", 0, L"value");
+    long id = 1;
+    {
+        AllocationFailures failures;
+        failures.Arm(1, FailMode::FromThenOn);
+        try {
+            constexpr long kMoreThanPoolsHave = 10000;
+            for (; id < kMoreThanPoolsHave; ++id)
+                symbols.Set(L"NAME", id, L"value");
+            ADD_FAILURE() << "nothing was thrown";
+        }
+        catch (const SEOutOfMemory&) {
+        }
+    }
+    EXPECT_EQ(id, symbols.Count());
+    EXPECT_NE(nullptr, symbols.Find(L"NAME", id - 1));
+    EXPECT_EQ(nullptr, symbols.Find(L"NAME", id));
 }
 
 // ---- What describes and names ----
@@ -430,6 +485,33 @@ TEST(TranslatorEdges, ReferencesAreReadToTheirLastCharacter)
         },
         SEOutOfMemory)
         << "a width that no text can have";
+}
+
+TEST(TranslatorEdges, DerivedClassesFormatByTheOptionsAlone)
+{
+    struct Formats : SStringTranslator {
+        using SStringTranslator::FormatOptions;
+    } translator;
+    SStringTranslator::OPTIONS options;
+    EXPECT_STREQ(L"abc", translator.FormatOptions(L"abc", options)) << "none";
+    options.precision = -2;
+    EXPECT_STREQ(L"bc", translator.FormatOptions(L"abc", options));
+    options.width = 4;
+    EXPECT_STREQ(L"bc  ", translator.FormatOptions(L"abc", options));
+}
+
+TEST(TargetEdges, ATargetWithoutNamesCatchesNothing)
+{
+    struct Again : SActiveThrowTarget {
+        explicit Again(const wchar_t* names) : SActiveThrowTarget(names) { Activate(); }
+    };
+    for (const wchar_t* none : { static_cast<const wchar_t*>(nullptr), L"", L",," }) {
+        Again target(none);
+        EXPECT_EQ(1, target.IsActive());
+        target.Done();
+        target.Done();
+        EXPECT_EQ(0, target.IsActive());
+    }
 }
 
 TEST(TranslatorEdges, WithoutADelimiterNothingIsAReference)
