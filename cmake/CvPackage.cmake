@@ -29,7 +29,8 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/cmake/CVCore16Helpers.cmake"
     "${cv_packaging}/cvcore16-app.manifest" "${cv_packaging}/cvcore16-app.rc"
     DESTINATION ${cv_cmake_folder})
-install(FILES "${PROJECT_SOURCE_DIR}/cmake/i686-w64-mingw32.cmake" DESTINATION ${cv_share_folder}/cmake)
+install(FILES "${PROJECT_SOURCE_DIR}/cmake/i686-w64-mingw32.cmake" "${PROJECT_SOURCE_DIR}/cmake/mingw.cmake"
+    DESTINATION ${cv_share_folder}/cmake)
 
 set(cv_pc_flags)
 if(CVCORE_CHECKED)

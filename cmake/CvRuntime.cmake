@@ -2,7 +2,12 @@
 # the unwinder an exception thrown in the DLL is not caught by type in a client's program.
 
 set(cv_runtime_copies)
-foreach(name IN ITEMS libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
+# The unwinder has the width in its name.
+set(cv_unwinder libgcc_s_dw2-1.dll)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(cv_unwinder libgcc_s_seh-1.dll)
+endif()
+foreach(name IN ITEMS ${cv_unwinder} libstdc++-6.dll libwinpthread-1.dll)
     execute_process(
         COMMAND "${CMAKE_CXX_COMPILER}" "-print-file-name=${name}"
         OUTPUT_VARIABLE from OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
@@ -11,7 +16,7 @@ foreach(name IN ITEMS libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll)
         # are.
         get_filename_component(compiler_folder "${CMAKE_CXX_COMPILER}" DIRECTORY)
         unset(from)
-        find_file(from "${name}" PATHS "${compiler_folder}" /usr/i686-w64-mingw32/lib
+        find_file(from "${name}" PATHS "${compiler_folder}" "${CMAKE_FIND_ROOT_PATH}/lib"
             NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
     endif()
     set(to "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}")

@@ -104,7 +104,11 @@ __attribute__((noinline)) void CannotThrowAndCatchesIt() noexcept
 // What a caller's frame points to is gone, so that the walk over the stack runs into the next fault.
 __attribute__((noinline)) void FaultWithoutFrame()
 {
+#if S_TARGET_32BIT
     asm volatile("movl $64, %%ebp\n\tmovl $0, 0" : : : "memory");
+#else
+    asm volatile("movq $64, %%rbp\n\tmovl $0, 0" : : : "memory");
+#endif
     Deeper(1, ReadNull);
 }
 __attribute__((noinline, optimize("no-omit-frame-pointer"))) void FaultInBrokenFrame()

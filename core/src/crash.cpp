@@ -1,13 +1,14 @@
 // crash.cpp: the exception that a fault becomes, and the process's hook.
 #include "crash.h"
 
+#include "compiler.h"
 #include "crashrecord.h"
+#include "faultframe.h"
 #include "faultguard.h"
 #include "location.h"
 #include "logfile.h"
 #include "passedon.h"
 #include "terminate.h"
-#include "threadblock.h"
 
 #include <atomic>
 
@@ -141,60 +142,25 @@ void LogFromContext(const wchar_t* headline, EXCEPTION_POINTERS* pointers)
     AbandonLogTurn(); // the fault may have come in the middle of a record
     StackWalk walk;
     ScanStack(walk, pointers->ExceptionRecord->ExceptionAddress,
-              reinterpret_cast<const void*>(pointers->ContextRecord->Esp));
+              reinterpret_cast<const void*>(StackOf(*pointers->ContextRecord)));
     LogFault(headline, DescribeFault(*pointers->ExceptionRecord), walk, pointers);
-}
-
-// Records of handlers lie on the thread's stack, each farther out than the one before.
-bool IsChainWhole()
-{
-    const NT_TIB* const thread = ThreadBlock();
-    const UINT_PTR base = reinterpret_cast<UINT_PTR>(thread->StackBase);
-    UINT_PTR least = reinterpret_cast<UINT_PTR>(thread->StackLimit);
-    for (const HandlerRecord* record = ChainHead(); record != kChainEnd; record = record->previous) {
-        const UINT_PTR at = reinterpret_cast<UINT_PTR>(record);
-        if (at < least || at % alignof(HandlerRecord) != 0 || at + sizeof *record > base)
-            return false;
-        least = at + 1;
-    }
-    return true;
 }
 
 // Asked first of all, for the one case in which nobody else will be: the system ends a process whose chain is broken
 // without another word. Once a thread: asking the handlers of such a chain is the next fault, and the one after that.
-__attribute__((force_align_arg_pointer)) LONG CALLBACK OnFirstChance(EXCEPTION_POINTERS* pointers)
+S_SYSTEM_CALLS LONG CALLBACK OnFirstChance(EXCEPTION_POINTERS* pointers)
 {
     if (IsMachineFault(pointers->ExceptionRecord->ExceptionCode) &&
         pointers->ExceptionRecord->ExceptionCode != static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW) &&
-        !IsChainWhole() && g_brokenThread.exchange(::GetCurrentThreadId()) != ::GetCurrentThreadId())
+        !CanFindHandlers(*pointers->ExceptionRecord, *pointers->ContextRecord) &&
+        g_brokenThread.exchange(::GetCurrentThreadId()) != ::GetCurrentThreadId())
         LogFromContext(kBrokenChain, pointers);
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// ---- Faults that nobody handled ----
-
 } // namespace
 
-extern "C" {
-
-__attribute__((force_align_arg_pointer, fastcall, used)) void CvLogUnhandled(EXCEPTION_POINTERS* pointers)
-{
-    LogFromContext(kUnhandled, pointers);
-}
-
-// Calls that with the stack pointer at `top`.
-__attribute__((fastcall)) void CvLogUnhandledOn(EXCEPTION_POINTERS* pointers, void* top);
-asm(".text\n"
-    ".globl @CvLogUnhandledOn@8\n"
-    "@CvLogUnhandledOn@8:\n"
-    "    pushl %ebp\n"
-    "    movl %esp, %ebp\n"
-    "    movl %edx, %esp\n"
-    "    call @CvLogUnhandled@4\n"
-    "    movl %ebp, %esp\n"
-    "    popl %ebp\n"
-    "    ret\n");
-}
+// ---- Faults that nobody handled ----
 
 namespace {
 
@@ -206,7 +172,8 @@ void LogOverflow(EXCEPTION_POINTERS* pointers)
     static std::atomic_flag taken = ATOMIC_FLAG_INIT;
     while (taken.test_and_set(std::memory_order_acquire))
         ::Sleep(1);
-    CvLogUnhandledOn(pointers, stack + kStackRoom);
+    CallOnStack([](void* fault) { LogFromContext(kUnhandled, static_cast<EXCEPTION_POINTERS*>(fault)); },
+                pointers, stack + kStackRoom);
     taken.clear(std::memory_order_release);
 }
 
@@ -218,10 +185,20 @@ LPTOP_LEVEL_EXCEPTION_FILTER SetFilter(LPTOP_LEVEL_EXCEPTION_FILTER filter)
 LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers);
 PassedOn<LPTOP_LEVEL_EXCEPTION_FILTER, SetFilter> g_filter(OnUnhandled);
 
-__attribute__((force_align_arg_pointer)) LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers)
+// On 64 bits an exception of C++ that nobody catches comes by here. The throw returns when it is told to go on, and ends in
+// std::terminate, where the record is written. On 32 bits the system does not hear of it.
+bool IsOfCpp(const EXCEPTION_RECORD& record)
+{
+    constexpr DWORD kThrown = 0x20474343;
+    return record.ExceptionCode == kThrown && (record.ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
+}
+
+S_SYSTEM_CALLS LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers)
 {
     const decltype(g_filter)::Turn turn(g_filter);
     if (!turn.again && g_installed.load()) {
+        if (IsOfCpp(*pointers->ExceptionRecord))
+            return EXCEPTION_CONTINUE_EXECUTION;
         if (pointers->ExceptionRecord->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW))
             LogOverflow(pointers);
         else

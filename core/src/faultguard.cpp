@@ -1,45 +1,30 @@
 // faultguard.cpp: guards, which turn the machine faults of their thread into exceptions.
 //
-// A guard registers a handler with the system, like any structured handler. When its turn comes, the thread is not left to
-// the system's own unwinding, which knows nothing of our frames: it is sent on in OnFault, as if the faulting instruction
-// had called that. From there on it is an ordinary thread again: it writes the log, looks whether every frame up to the
-// guard can be unwound, and throws. The return address is one behind the faulting instruction, since the unwinder looks
-// a call's address up one before where it returns to.
+// The system asks a guard when its turn comes, like any structured handler. The thread is not left to the system's own unwinding
+// then, which knows nothing of our frames or would not run their destructors: it is sent on in CvOnFault, as if the faulting
+// instruction had called that. From there on it is an ordinary thread again: it writes the log, looks whether every frame up to the
+// guard can be unwound, and throws. The return address is one behind the faulting instruction's first byte, since the unwinder
+// looks a call's address up one before where it returns to.
 //
-// Where an exception cannot go all the way, the guard's call is resumed instead, by the jump that SCallGuarded prepared.
+// Where an exception cannot go all the way, the guard's call is resumed instead, by a jump that SCallGuarded prepared.
 // A fault in the middle of all that (in the log, in the run-time's throw) takes this way too; so does a stack overflow,
 // for there is no stack left to do anything on.
 #include "faultguard.h"
 
+#include "compiler.h"
 #include "crashrecord.h"
-#include "inflight.h"
+#include "faultframe.h"
 #include "logfile.h"
 
 #include <malloc.h>
 
-#include <atomic>
-
-#if S_TARGET_32BIT
-
 namespace {
-
-// A fault on its way. They are static because the stack may be gone and the frame of a handler guard has no room.
-struct FaultInWork {
-    std::atomic<int> taken{ 0 };
-    HandlerRecord* guard; // whose turn it was
-    bool reported;        // the log has been told, or has been begun to be
-    int lost;             // how often it has led to another fault
-    EXCEPTION_RECORD record;
-    CONTEXT context;
-    EXCEPTION_POINTERS pointers;
-    const void* returnsTo; // the address that OnFault returns to, as far as the unwinder knows
-};
 
 // More threads with a fault at the same moment wait for one of these.
 constexpr int kFaultsInWork = 16;
 FaultInWork g_inWork[kFaultsInWork];
 
-FaultInWork* TakeFault()
+FaultInWork* TakeRoom()
 {
     for (;;) {
         for (FaultInWork& fault : g_inWork) {
@@ -51,35 +36,7 @@ FaultInWork* TakeFault()
     }
 }
 
-// What a guard is, from its registration on. A handler guard has no more than this.
-struct Guard : HandlerRecord {
-    FaultInWork* fault; // null while none is in work
-};
 FaultInWork g_passed; // where `fault` leads for a guard that lets the next fault by
-
-struct FullGuard : Guard {
-    SMachineFault described; // where `resume` leads, the fault that led there
-    void* resume[5];         // the compiler's jump buffer
-    const ThreadUnderWay* underWay;
-};
-
-EXCEPTION_DISPOSITION __cdecl OnFullGuard(EXCEPTION_RECORD*, void*, CONTEXT*, void*);
-EXCEPTION_DISPOSITION __cdecl OnHandlerGuard(EXCEPTION_RECORD*, void*, CONTEXT*, void*);
-EXCEPTION_DISPOSITION __cdecl OnSuspended(EXCEPTION_RECORD*, void*, CONTEXT*, void*)
-{
-    return ExceptionContinueSearch;
-}
-
-FullGuard* EnclosingFullGuard(HandlerRecord* record)
-{
-    for (; record != kChainEnd; record = record->previous) {
-        if (record->handler == OnFullGuard)
-            return static_cast<FullGuard*>(record);
-        if (record->handler == OnSuspended)
-            return nullptr;
-    }
-    return nullptr;
-}
 
 // Whether a suspension lies inside the guard.
 bool IsSuspended(const HandlerRecord* guard)
@@ -98,7 +55,7 @@ bool IsSuspended(const HandlerRecord* guard)
     guard->described = fault;
     guard->fault = nullptr;
     SetChainHead(guard);
-    __builtin_longjmp(guard->resume, 1);
+    ReturnToGuard(guard);
 }
 
 constexpr wchar_t kHeadline[] = L"*** Fault caught by a guard";
@@ -112,9 +69,6 @@ void Report(FaultInWork* fault, const StackWalk& walk)
     NoteKnownException(described);
 }
 
-typedef LONG(NTAPI* Continue)(CONTEXT*, BOOLEAN raiseAlert);
-Continue g_continue;
-
 // For a fault that no exception can carry out of, below a handler guard with no full one around. The faulting instruction is
 // run once more, with everything as it was, and the guard lets that fault by: whoever looks at it then sees where it is.
 void PassBy(FaultInWork* fault)
@@ -127,8 +81,7 @@ void PassBy(FaultInWork* fault)
     }
     CONTEXT context = fault->context;
     fault->taken.store(0);
-    if (g_continue)
-        g_continue(&context, FALSE);
+    GoOnAt(&context);
 }
 
 // The same where the frames in between have been written over: the fault is raised from here, for those farther out.
@@ -148,8 +101,11 @@ void PassBy(FaultInWork* fault)
 {
     AbandonLogTurn();
     FullGuard* const full = EnclosingFullGuard(fault->guard);
-    if (!full)
+    if (!full) {
+        if (!S_TARGET_32BIT)
+            PassBy(fault); // the frames are there still
         RaiseAgain(fault);
+    }
     static_cast<Guard*>(fault->guard)->fault = nullptr;
     const SMachineFault described = DescribeFault(fault->record);
     fault->taken.store(0);
@@ -158,10 +114,8 @@ void PassBy(FaultInWork* fault)
 
 } // namespace
 
-extern "C" {
-
 // The thread comes here as if the faulting instruction had called this.
-[[noreturn]] __attribute__((force_align_arg_pointer, fastcall, used)) void CvOnFault(FaultInWork* fault)
+void CvOnFault(FaultInWork* fault)
 {
     Guard* const guard = static_cast<Guard*>(fault->guard);
     StackWalk walk;
@@ -170,7 +124,8 @@ extern "C" {
     if (walk.count > 0 && FaultAccess(fault->record) != SMachineFault::kExecute)
         walk.frames[0] = fault->record.ExceptionAddress;
     if (walk.count == 0)
-        ScanStack(walk, fault->record.ExceptionAddress, reinterpret_cast<const void*>(fault->context.Esp));
+        ScanStack(walk, fault->record.ExceptionAddress,
+                  reinterpret_cast<const void*>(StackOf(fault->context)));
     if (!walk.canUnwind && !EnclosingFullGuard(guard))
         PassBy(fault);
     Report(fault, walk);
@@ -183,8 +138,8 @@ extern "C" {
     ThrowFault(described);
 }
 
-// The thread comes here on a stack that ends just below its guard: after an overflow, and after a fault in CvOnFault.
-[[noreturn]] __attribute__((force_align_arg_pointer, fastcall, used)) void CvOnLostFault(FaultInWork* fault)
+// The thread comes here after an overflow, and after a fault in CvOnFault.
+void CvOnLostFault(FaultInWork* fault)
 {
     AbandonLogTurn();
     if (fault->reported && fault->lost == 1)
@@ -193,86 +148,84 @@ extern "C" {
         // Nothing has been written yet, and this is the last try. What lies below is dead by now, but it tells who called whom.
         fault->reported = true;
         StackWalk walk;
-        ScanStack(walk, fault->record.ExceptionAddress, reinterpret_cast<const void*>(fault->context.Esp));
+        ScanStack(walk, fault->record.ExceptionAddress,
+                  reinterpret_cast<const void*>(StackOf(fault->context)));
         Report(fault, walk);
     }
     LeaveByResuming(fault);
 }
 
-// Pushes the address that the unwinder is to see, and goes on in CvOnFault. Not earlier: what lies below the stack pointer
-// belongs to the system until the thread runs again.
-void CvEnterOnFault();
-asm(".text\n"
-    ".globl _CvEnterOnFault\n"
-    "_CvEnterOnFault:\n"
-    "    pushl %edx\n"
-    "    jmp @CvOnFault@4\n");
-}
-
-namespace {
-
-// Sends the thread on at `place` with the fault in ecx, in a state in which a function may begin.
-void Redirect(CONTEXT* context, void (*place)(), FaultInWork* fault)
+const void* StepBehind(const EXCEPTION_RECORD& record, CONTEXT* context) noexcept
 {
-    constexpr DWORD kDirection = 0x400, kTrap = 0x100, kAlignment = 0x40000;
-    context->Eip = reinterpret_cast<DWORD>(place);
-    context->Ecx = reinterpret_cast<DWORD>(fault);
-    context->EFlags &= ~(kDirection | kTrap | kAlignment);
-    if ((context->ContextFlags & CONTEXT_FLOATING_POINT) == CONTEXT_FLOATING_POINT) {
-        // No pending floating-point fault, and none of the registers in use.
-        context->FloatSave.StatusWord = 0xFFFF0000;
-        context->FloatSave.TagWord = 0xFFFFFFFF;
+    if (FaultAccess(record) == SMachineFault::kExecute) {
+        const void* const caller = *reinterpret_cast<const void* const*>(StackOf(*context));
+        if (FollowsCall(caller)) {
+            StackOf(*context) += sizeof caller;
+            return caller;
+        }
     }
-    if ((context->ContextFlags & CONTEXT_EXTENDED_REGISTERS) == CONTEXT_EXTENDED_REGISTERS) {
-        constexpr int kStatus = 2, kTags = 4, kMxcsr = 24; // in the image that FXSAVE writes
-        unsigned char* const image = context->ExtendedRegisters;
-        image[kStatus] = image[kStatus + 1] = image[kTags] = 0;
-        image[kMxcsr] &= 0xC0; // its low six bits are the pending faults
-    }
+    return static_cast<const char*>(record.ExceptionAddress) + 1;
 }
 
-// Far enough below a guard not to touch the frame that it lies in while CvOnLostFault works.
-DWORD StackBelow(const HandlerRecord* guard)
+FullGuard* EnclosingFullGuard(HandlerRecord* record) noexcept
 {
-    constexpr DWORD kFrame = 512;
-    return (reinterpret_cast<DWORD>(guard) - kFrame) & ~DWORD{ 15 };
+    for (; record != kChainEnd; record = record->previous) {
+        if (record->handler == OnFullGuard)
+            return static_cast<FullGuard*>(record);
+        if (record->handler == OnSuspended)
+            return nullptr;
+    }
+    return nullptr;
 }
 
-EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* context)
+bool IsPassedBy(HandlerRecord* record) noexcept
+{
+    bool isPassed = false;
+    for (; record != kChainEnd && record->handler != OnSuspended; record = record->previous) {
+        Guard* const guard = static_cast<Guard*>(record);
+        if (guard->fault == &g_passed) {
+            guard->fault = nullptr;
+            isPassed = true;
+        }
+    }
+    return isPassed;
+}
+
+bool TakeFault(const EXCEPTION_RECORD& record, Guard* guard, CONTEXT* context) noexcept
 {
     constexpr DWORD kUnwinding = 0x2 | 0x4; // the chain is being taken down: nothing to catch any more
-    if ((record->ExceptionFlags & (kUnwinding | EXCEPTION_NONCONTINUABLE)) != 0 ||
-        !IsMachineFault(record->ExceptionCode) || IsSuspended(guard))
-        return ExceptionContinueSearch;
+    if ((record.ExceptionFlags & (kUnwinding | EXCEPTION_NONCONTINUABLE)) != 0 ||
+        !IsMachineFault(record.ExceptionCode) || IsSuspended(guard))
+        return false;
 
     if (guard->fault == &g_passed) {
         guard->fault = nullptr;
-        return ExceptionContinueSearch;
+        return false;
     }
     if (guard->fault) { // in the middle of dealing with one
         constexpr int kEnough = 3;
         if (++guard->fault->lost > kEnough) {
             guard->fault->taken.store(0); // whatever is wrong here, let the next one try
             guard->fault = nullptr;
-            return ExceptionContinueSearch;
+            return false;
         }
-        context->Esp = StackBelow(guard);
-        Redirect(context, reinterpret_cast<void (*)()>(CvOnLostFault), guard->fault);
-        return ExceptionContinueExecution;
+        SendToLostFault(context, guard->fault, guard);
+        return true;
     }
-    const bool overflow = record->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
+    const bool overflow = record.ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW);
     if (overflow) {
         // It comes once only, so it cannot be looked at and let by.
         if (!EnclosingFullGuard(guard))
-            return ExceptionContinueSearch;
+            return false;
         // What deals with it needs a stack, which guards at the end of a recursion do not have below them.
-        constexpr DWORD kRoom = 0x10000;
-        if (reinterpret_cast<DWORD>(guard) - context->Esp < kRoom && EnclosingFullGuard(guard->previous))
-            return ExceptionContinueSearch;
+        constexpr UINT_PTR kRoom = 0x10000;
+        if (reinterpret_cast<UINT_PTR>(guard) - StackOf(*context) < kRoom &&
+            EnclosingFullGuard(guard->previous))
+            return false;
     }
-    FaultInWork* const fault = TakeFault();
+    FaultInWork* const fault = TakeRoom();
     fault->guard = guard;
-    fault->record = *record;
+    fault->record = record;
     constexpr DWORD kExtendedState = 0x40; // it lies behind the context, where the copy does not reach
     fault->context = *context;
     fault->context.ContextFlags &= ~kExtendedState;
@@ -281,74 +234,45 @@ EXCEPTION_DISPOSITION Take(EXCEPTION_RECORD* record, Guard* guard, CONTEXT* cont
     fault->lost = 0;
     guard->fault = fault;
     if (overflow) {
-        context->Esp = StackBelow(guard);
-        Redirect(context, reinterpret_cast<void (*)()>(CvOnLostFault), fault);
-        return ExceptionContinueExecution;
+        SendToLostFault(context, fault, guard);
+    } else {
+        fault->returnsTo = StepBehind(record, context);
+        SendToFault(context, fault);
     }
-    DWORD returnsTo = reinterpret_cast<DWORD>(record->ExceptionAddress) + 1;
-    if (FaultAccess(*record) == SMachineFault::kExecute) {
-        // A call of something that is no code has pushed where it came from: the caller's frame is whole.
-        const DWORD caller = *reinterpret_cast<const DWORD*>(context->Esp);
-        if (FollowsCall(reinterpret_cast<const void*>(caller))) {
-            returnsTo = caller;
-            context->Esp += sizeof caller;
-        }
-    }
-    fault->returnsTo = reinterpret_cast<const void*>(returnsTo);
-    context->Edx = returnsTo;
-    Redirect(context, CvEnterOnFault, fault);
-    return ExceptionContinueExecution;
-}
-
-// The system calls these with a stack that is aligned to four bytes only.
-__attribute__((force_align_arg_pointer))
-EXCEPTION_DISPOSITION __cdecl OnFullGuard(EXCEPTION_RECORD* record, void* guard, CONTEXT* context, void*)
-{
-    return Take(record, static_cast<FullGuard*>(static_cast<HandlerRecord*>(guard)), context);
-}
-
-__attribute__((force_align_arg_pointer))
-EXCEPTION_DISPOSITION __cdecl OnHandlerGuard(EXCEPTION_RECORD* record, void* guard, CONTEXT* context, void*)
-{
-    if (!VectoredExceptionHook::IsInstalled())
-        return ExceptionContinueSearch;
-    return Take(record, static_cast<Guard*>(static_cast<HandlerRecord*>(guard)), context);
-}
-
-void PutUp(HandlerRecord* record, decltype(HandlerRecord::handler) handler)
-{
-    record->handler = handler;
-    record->previous = ChainHead();
-    SetChainHead(record);
-}
-
-class PutUpHere {
-public:
-    explicit PutUpHere(FullGuard& guard) : m_guard(guard)
-    {
-        guard.fault = nullptr;
-        PutUp(&guard, OnFullGuard);
-    }
-    ~PutUpHere() { SetChainHead(m_guard.previous); }
-    PutUpHere(const PutUpHere&) = delete;
-    PutUpHere& operator=(const PutUpHere&) = delete;
-
-private:
-    FullGuard& m_guard;
-};
-
-// Whether the call returned; false when the jump came back instead. A function of its own that returns either way: only
-// then does the compiler keep all the registers of its callers for the jump.
-__attribute__((noinline)) bool Call(FullGuard& guard, void (*call)(void*), void* context)
-{
-    const PutUpHere here(guard);
-    if (__builtin_setjmp(guard.resume) != 0)
-        return false;
-    call(context);
     return true;
 }
 
+// ---- Kinds of records ----
+
+namespace {
+
+EXCEPTION_DISPOSITION Answer(bool taken)
+{
+    return taken ? ExceptionContinueExecution : ExceptionContinueSearch;
+}
+
 } // namespace
+
+// The 32-bit system calls these with a stack that is aligned to four bytes only.
+S_SYSTEM_CALLS EXCEPTION_DISPOSITION __cdecl OnFullGuard(EXCEPTION_RECORD* record, void* guard,
+                                                         CONTEXT* context, void*)
+{
+    return Answer(TakeFault(*record, static_cast<FullGuard*>(static_cast<HandlerRecord*>(guard)), context));
+}
+
+S_SYSTEM_CALLS EXCEPTION_DISPOSITION __cdecl OnHandlerGuard(EXCEPTION_RECORD* record, void* guard,
+                                                            CONTEXT* context, void*)
+{
+    return Answer(VectoredExceptionHook::IsInstalled() &&
+                  TakeFault(*record, static_cast<Guard*>(static_cast<HandlerRecord*>(guard)), context));
+}
+
+EXCEPTION_DISPOSITION __cdecl OnSuspended(EXCEPTION_RECORD*, void*, CONTEXT*, void*)
+{
+    return ExceptionContinueSearch;
+}
+
+// ---- For the other parts ----
 
 void ResumeGuardWith(const SMachineFault& fault) noexcept
 {
@@ -368,9 +292,7 @@ void ResumeLostFault(void (*before)()) noexcept
 
 void PrepareHandlerGuards() noexcept
 {
-    if (!g_continue)
-        g_continue = reinterpret_cast<Continue>(
-            reinterpret_cast<void (*)()>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtContinue")));
+    PrepareFrames();
 }
 
 void SCallGuarded(void (*call)(void*), void* context)
@@ -378,13 +300,28 @@ void SCallGuarded(void (*call)(void*), void* context)
     FullGuard guard;
     const ThreadUnderWay underWay;
     guard.underWay = &underWay;
-    if (Call(guard, call, context))
+    guard.fault = nullptr;
+    guard.handler = OnFullGuard;
+    if (CallAround(guard, call, context))
         return;
     // The guard is gone by now: what comes up from here on is for the next one.
     underWay.Restore();
     ::_resetstkoflw(); // or the next overflow ends the process at once; a fault near the end of the stack uses it up too
     ThrowFault(guard.described);
 }
+
+// ---- The classes ----
+
+namespace {
+
+void PutUp(HandlerRecord* record, decltype(HandlerRecord::handler) handler)
+{
+    record->handler = handler;
+    record->previous = ChainHead();
+    SetChainHead(record);
+}
+
+} // namespace
 
 SHandlerGuard::SHandlerGuard() noexcept
 {
@@ -409,7 +346,3 @@ SSuspendExceptionHook::~SSuspendExceptionHook()
 {
     SetChainHead(reinterpret_cast<HandlerRecord*>(m_record)->previous);
 }
-
-#else
-#error "The guards are written for the 32-bit system's chain of handlers; a 64-bit build needs its own."
-#endif

@@ -5,9 +5,8 @@
 // So before one is thrown out of a fault, the frames are looked at with the eyes of the personality routine.
 #include "stackwalk.h"
 
+#include "framewalk.h"
 #include "threadblock.h"
-
-#include <unwind.h>
 
 #include <initializer_list>
 
@@ -48,11 +47,12 @@ UINT_PTR ReadEncoded(const unsigned char*& at, unsigned char encoding)
     }
 }
 
-// Whether an exception may leave the frame. Without language data there is nothing to run and nothing to forbid it.
-bool LetsExceptionsOut(_Unwind_Context* frame)
+} // namespace
+
+bool LetsExceptionsOut(const WalkedFrame& frame) noexcept
 {
-    const unsigned char* at = static_cast<const unsigned char*>(_Unwind_GetLanguageSpecificData(frame));
-    if (!at)
+    const unsigned char* at = frame.language;
+    if (!at) // there is nothing to run and nothing to forbid it
         return true;
     if (*at++ != kOmitted) // landing pads counted from elsewhere: our compiler does not write that
         return false;
@@ -63,7 +63,7 @@ bool LetsExceptionsOut(_Unwind_Context* frame)
         return false;
     const UINT_PTR tableBytes = ReadULeb128(at);
     const unsigned char* const end = at + tableBytes;
-    const UINT_PTR place = _Unwind_GetIP(frame) - 1 - _Unwind_GetRegionStart(frame);
+    const UINT_PTR place = reinterpret_cast<UINT_PTR>(frame.at) - 1 - frame.function;
     while (at < end) {
         const UINT_PTR first = ReadEncoded(at, encoding), length = ReadEncoded(at, encoding);
         ReadEncoded(at, encoding); // landing pad
@@ -76,6 +76,8 @@ bool LetsExceptionsOut(_Unwind_Context* frame)
     return false;
 }
 
+namespace {
+
 // ---- The walk ----
 
 struct Walker {
@@ -87,25 +89,24 @@ struct Walker {
     bool blocked = false;
 };
 
-_Unwind_Reason_Code VisitFrame(_Unwind_Context* frame, void* context)
+bool VisitFrame(const WalkedFrame& frame, void* context)
 {
     Walker& walker = *static_cast<Walker*>(context);
     StackWalk& walk = *walker.walk;
-    void* const at = reinterpret_cast<void*>(_Unwind_GetIP(frame));
-    walker.stack = _Unwind_GetCFA(frame);
-    walker.begun = walker.begun || at == walker.first;
+    walker.stack = frame.stack;
+    walker.begun = walker.begun || frame.at == walker.first;
     if (!walker.begun)
-        return _URC_NO_REASON;
+        return true;
     if (walker.limit && !walk.canUnwind && walker.stack > reinterpret_cast<UINT_PTR>(walker.limit))
         walk.canUnwind = !walker.blocked;
-    if (!_Unwind_FindEnclosingFunction(at)) {
+    if (!frame.passable) {
         walker.blocked = true;
-        return _URC_END_OF_STACK;
+        return false;
     }
     walker.blocked = walker.blocked || !LetsExceptionsOut(frame);
     if (walk.count < StackWalk::kMost)
-        walk.frames[walk.count++] = at;
-    return _URC_NO_REASON;
+        walk.frames[walk.count++] = frame.at;
+    return true;
 }
 
 // ---- Looking through the stack ----
@@ -185,7 +186,7 @@ void AddGuesses(StackWalk& walk, UINT_PTR stack)
 __attribute__((noinline)) void WalkStack(StackWalk& walk, const void* first, const void* limit) noexcept
 {
     Walker walker{ &walk, first ? first : __builtin_return_address(0), limit };
-    _Unwind_Backtrace(VisitFrame, &walker);
+    VisitFrames(VisitFrame, &walker);
     walk.scanned = walk.count;
     AddGuesses(walk, walker.stack);
 }

@@ -2,7 +2,7 @@
 #ifndef STACKWALK_H
 #define STACKWALK_H
 
-#include "cvbase.h"
+#include "framewalk.h"
 
 /// The calls of this thread, latest first.
 struct StackWalk {
@@ -19,6 +19,9 @@ struct StackWalk {
 /// of an outer call, null when nobody wants to unwind. A frame that cannot be unwound ends the certain part; from there
 /// on the stack is looked through for return addresses.
 void WalkStack(StackWalk& walk, const void* first, const void* limit) noexcept;
+
+/// Whether a frame lets an exception out where it stands, by its table of call sites.
+bool LetsExceptionsOut(const WalkedFrame& frame) noexcept;
 
 /// The guesses alone: `at` itself, then return addresses above the stack pointer `stack`.
 void ScanStack(StackWalk& walk, const void* at, const void* stack) noexcept;

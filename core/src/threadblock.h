@@ -4,10 +4,14 @@
 
 #include "cvbase.h"
 
-inline const NT_TIB* ThreadBlock()
+inline NT_TIB* ThreadBlock()
 {
-    const NT_TIB* block;
-    asm("movl %%fs:0x18, %0" : "=r"(block)); // where it keeps its own address
+    NT_TIB* block; // it keeps its own address
+#if S_TARGET_32BIT
+    asm("movl %%fs:0x18, %0" : "=r"(block));
+#else
+    asm("movq %%gs:0x30, %0" : "=r"(block));
+#endif
     return block;
 }
 

@@ -174,11 +174,19 @@ void FaultWithHookAboveAndBelow()
     Fault();
 }
 
-// A record of a handler that an overrun array has written over.
+// What an overrun array has written over: on 32 bits a record of a handler, on 64 the return addresses by which the system
+// finds handlers.
 __attribute__((noinline)) void FaultWithBrokenChain()
 {
+#if S_TARGET_32BIT
     volatile unsigned record[2] = { 0x61616161, 0x62626262 };
     asm volatile("movl %0, %%fs:0" : : "r"(record) : "memory");
+#else
+    volatile UINT_PTR record[2];
+    volatile UINT_PTR* volatile at = record;
+    for (int i = 0; i < 40; ++i)
+        at[i] = 0x6161616161616161;
+#endif
     Fault();
 }
 
