@@ -132,6 +132,7 @@ namespace {
 std::atomic<int> g_installed{ 0 };
 SRWLOCK g_installing = SRWLOCK_INIT;
 std::atomic<DWORD> g_brokenThread{ 0 };
+std::atomic<const void*> g_brokenAt{ nullptr };
 void* g_vectored = nullptr;
 
 constexpr wchar_t kBrokenChain[] = L"*** Fault with a broken chain of handlers";
@@ -153,8 +154,10 @@ S_SYSTEM_CALLS LONG CALLBACK OnFirstChance(EXCEPTION_POINTERS* pointers)
     if (IsMachineFault(pointers->ExceptionRecord->ExceptionCode) &&
         pointers->ExceptionRecord->ExceptionCode != static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW) &&
         !CanFindHandlers(*pointers->ExceptionRecord, *pointers->ContextRecord) &&
-        g_brokenThread.exchange(::GetCurrentThreadId()) != ::GetCurrentThreadId())
+        g_brokenThread.exchange(::GetCurrentThreadId()) != ::GetCurrentThreadId()) {
+        g_brokenAt.store(pointers->ExceptionRecord->ExceptionAddress);
         LogFromContext(kBrokenChain, pointers);
+    }
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
@@ -199,9 +202,12 @@ S_SYSTEM_CALLS LONG WINAPI OnUnhandled(EXCEPTION_POINTERS* pointers)
     if (!turn.again && g_installed.load()) {
         if (IsOfCpp(*pointers->ExceptionRecord))
             return EXCEPTION_CONTINUE_EXECUTION;
+        // The system may have found its way out of a broken chain.
+        const bool isLogged = g_brokenThread.load() == ::GetCurrentThreadId() &&
+                              g_brokenAt.load() == pointers->ExceptionRecord->ExceptionAddress;
         if (pointers->ExceptionRecord->ExceptionCode == static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW))
             LogOverflow(pointers);
-        else
+        else if (!isLogged)
             LogFromContext(kUnhandled, pointers);
     }
     return turn.next ? turn.next(pointers) : EXCEPTION_CONTINUE_SEARCH;

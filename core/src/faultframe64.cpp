@@ -13,6 +13,8 @@
 #include "framewalk.h"
 #include "threadblock.h"
 
+#include <malloc.h>
+
 // ---- The chain ----
 
 namespace {
@@ -54,12 +56,26 @@ void SetChainHead(HandlerRecord* record) noexcept
 
 namespace {
 
+// What the system is to keep free at the end of a thread's stack, for handlers to be asked after an overflow. It keeps too
+// little by itself.
+constexpr ULONG kStackForFaults = 0x4000;
+
 // The faulting thread as the unwinder is to see it.
 CONTEXT PlaceOfFault(const EXCEPTION_RECORD& record, const CONTEXT& context)
 {
     CONTEXT place = context;
     place.Rip = reinterpret_cast<DWORD64>(StepBehind(record, &place));
     return place;
+}
+
+// With less stack than that the system's way has to do: it needs little.
+bool HasRoomToLook(const CONTEXT& context)
+{
+    constexpr UINT_PTR kRoom = 0x6000;
+    const void* const stack = reinterpret_cast<const void*>(context.Rsp);
+    MEMORY_BASIC_INFORMATION memory;
+    return ::VirtualQuery(stack, &memory, sizeof memory) != 0 &&
+           context.Rsp - reinterpret_cast<UINT_PTR>(memory.AllocationBase) > kStackForFaults + kRoom;
 }
 
 bool TakeBeforeOthers(const EXCEPTION_RECORD& record, CONTEXT* context)
@@ -74,6 +90,8 @@ bool TakeBeforeOthers(const EXCEPTION_RECORD& record, CONTEXT* context)
     const bool serves = guard->handler == OnHandlerGuard && VectoredExceptionHook::IsInstalled();
     if (serves && guard->fault) // in the middle of dealing with one
         return TakeFault(record, guard, context);
+    if (!HasRoomToLook(*context))
+        return false;
     const WayOut way = LookOut(PlaceOfFault(record, *context), guard);
     if (way.arrives)
         return serves && !way.asksHandlers && way.letsExceptionOut && TakeFault(record, guard, context);
@@ -116,6 +134,10 @@ FirstHandler g_first;
 void PrepareFrames() noexcept
 {
     g_first.PutUp();
+    ULONG bytes = kStackForFaults;
+    // It begins to count with the next guard page that is put up: a system that commits whole stacks has put up the last one.
+    if (::SetThreadStackGuarantee(&bytes) && bytes < kStackForFaults)
+        ::_resetstkoflw();
 }
 
 void GoOnAt(CONTEXT* context) noexcept
@@ -330,7 +352,7 @@ void SendToLostFault(CONTEXT* context, FaultInWork* fault, const Guard* guard) n
 
 bool CanFindHandlers(const EXCEPTION_RECORD& record, const CONTEXT& context) noexcept
 {
-    return EnclosingFullGuard(ChainHead()) || LookOut(PlaceOfFault(record, context), nullptr).arrives;
+    return EnclosingFullGuard(ChainHead()) || !HasRoomToLook(context) || LookOut(PlaceOfFault(record, context), nullptr).arrives;
 }
 
 extern "C" void CvCallOnStack(void (*call)(void*), void* argument, void* top);
