@@ -6,8 +6,15 @@ status=0
 fail() { echo "$(basename "$dll"): $*" >&2; status=1; }
 facts=$("$objdump" -p "$dll")
 
+# Which machine it is for, and what differs: on 32 bits the compiler's start code counts up libgcc, which is loaded by then.
+case $(sed -n 's/.*file format pei-//p' <<<"$facts") in
+    i386) unwinder=libgcc_s_dw2-1 may_load=$'LoadLibraryA\nLoadLibraryW' ;;
+    x86-64) unwinder=libgcc_s_seh-1 may_load=LoadLibraryW ;;
+    *) fail "is for another machine"; exit 1 ;;
+esac
+
 # Exactly three run-time DLLs go with ours; every other import is part of Windows.
-ours='libgcc_s_dw2-1 libstdc++-6 libwinpthread-1'
+ours="$unwinder libstdc++-6 libwinpthread-1"
 windows='advapi32 comctl32 comdlg32 gdi32 gdiplus kernel32 msimg32 msvcrt ole32 oleaut32 shell32 shlwapi user32'
 windows+=' version'
 for import in $(sed -n 's/.*DLL Name: //p' <<<"$facts" | tr 'A-Z' 'a-z'); do
@@ -22,6 +29,7 @@ name=$(sed -n 's/^Name[[:space:]]*[0-9a-f]*[[:space:]]*\(.*\.dll\)$/\1/p' <<<"$f
 
 characteristics=$((16#$(sed -n 's/^DllCharacteristics[[:space:]]*\([0-9a-f]*\).*/\1/p' <<<"$facts")))
 ((characteristics & 0x40)) || fail "does not say that it may be moved (dynamicbase)"
+[ "$unwinder" = libgcc_s_dw2-1 ] || ((characteristics & 0x20)) || fail "does not say that it may be moved anywhere (highentropyva)"
 ((characteristics & 0x100)) || fail "does not say that data is no code (nxcompat)"
 "$objdump" -h "$dll" | grep -q '\.reloc' || fail "cannot be moved: it has no relocations"
 
@@ -42,9 +50,9 @@ done
 ((code == 1)) || fail "has $code sections of code"
 
 # A DLL that is asked for by its bare name may come from the current directory. One function loads, by the system folder's
-# full path. LoadLibraryA is the compiler's start code: it counts up libgcc, which is loaded by then.
+# full path.
 loads=$(sed -n 's/^[[:space:]]*[0-9a-f]*[[:space:]]*[0-9a-f]*[[:space:]]*\(LoadLibrary[A-Za-z]*\|LoadPackagedLibrary\|LdrLoadDll\)$/\1/p' <<<"$facts")
-[ "$loads" = $'LoadLibraryA\nLoadLibraryW' ] || fail "loads libraries by: ${loads//$'\n'/ }"
+[ "$loads" = "$may_load" ] || fail "loads libraries by: ${loads//$'\n'/ }"
 loaders=$(cd "$sources" && grep -lE '\bLoadLibrary(Ex)?[AW]?[[:space:]]*\(' -r . | tr '\n' ' ')
 [ "$loaders" = "./src/systemlibrary.cpp " ] || fail "LoadLibrary is called in: $loaders"
 

@@ -19,7 +19,7 @@
 
 namespace {
 
-// Arguments as the calling convention of 32-bit Windows lays them out, so that they can be made up at run time.
+// Arguments as the calling convention of Windows lays them out, in words of a pointer's size, so that they can be made up at run time.
 static_assert(sizeof(va_list) == sizeof(char*), "a va_list is a pointer to packed arguments");
 
 class Arguments {
@@ -27,9 +27,9 @@ public:
     template <class T>
     void Add(T value)
     {
-        m_bytes.resize((m_bytes.size() + 3) & ~3u);
+        m_bytes.resize((m_bytes.size() + kWord - 1) & ~(kWord - 1));
         const char* bytes = reinterpret_cast<const char*>(&value);
-        m_bytes.insert(m_bytes.end(), bytes, bytes + (sizeof value < 4 ? 4 : sizeof value));
+        m_bytes.insert(m_bytes.end(), bytes, bytes + sizeof value);
     }
     va_list List()
     {
@@ -38,6 +38,7 @@ public:
     }
 
 private:
+    static constexpr size_t kWord = sizeof(void*);
     std::vector<char> m_bytes;
 };
 
@@ -187,7 +188,10 @@ TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
     EXPECT_EQ(42, written);
     EXPECT_STREQ(L"%n", s.Format(L"%%n"));
     EXPECT_TRUE(s.Format(static_cast<const wchar_t*>(nullptr)).IsEmpty());
-    EXPECT_STREQ(L"0000001F|  0000001F|", s.Format(L"%p|%10p|", 31, 31)) << "an address has all its digits";
+    const SString address = SString(L'0', 2 * sizeof(void*) - 2) + L"1F";
+    const void* const there = reinterpret_cast<void*>(31);
+    EXPECT_STREQ(address + L"|  " + address + L"|", s.Format(L"%p|%*p|", there, address.Length() + 2, there))
+        << "an address has all its digits";
     EXPECT_STREQ(L"  007|A||0|", s.Format(L"%05.3d|%.0c|%.0d|%#.0o|", 7, L'A', 0, 0));
     // Beyond what some run-times bear.
     EXPECT_STREQ(SString(L'0', 299) + L"7", s.Format(L"%.300d", 7));

@@ -29,6 +29,11 @@
 //               exception itself is thrown. While a fault's exception is on its way the process's terminate handler is
 //               ours; a std::terminate inside a guard then leads to the guard.
 // Cost          entering and leaving a guard is a few stores; a fault costs some microseconds, and the log's write.
+// 64 bits       All of this holds there too. The system's DLLs could be unwound, but are not. A handler guard leaves a fault to
+//               the next guard outside when a handler that is not of C++ is on the way, for that one must be asked first. A guard,
+//               and Install, make the system keep 16 KB of the thread's stack for an overflow; on a thread that never
+//               had either there may be too little left for a record. Leave a guard on the fiber that it was entered on, before the
+//               thread runs another one.
 #ifndef CRASH_H
 #define CRASH_H
 
@@ -125,7 +130,7 @@ public:
     SHandlerGuard& operator=(const SHandlerGuard&) = delete;
 
 private:
-    void* m_record[3]; // the system's registration of a handler on this thread, and the fault in work
+    void* m_record[3]; // its registration on this thread (with the system, on 32 bits), and the fault in work
 };
 
 /// While one lives, the guards around it leave the faults of this thread alone; guards entered inside it work.

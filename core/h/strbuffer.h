@@ -64,7 +64,9 @@ public:
     SStringBuffer& operator<<(double number) { return Append(SString(number)); }
     SStringBuffer& operator<<(std::wstring_view text)
     {
-        return Append(text.data(), static_cast<int>(text.size()));
+        // One beyond the limit stays so, and is refused there.
+        return Append(text.data(), static_cast<int>(text.size() <= SString::kMaxLength ? text.size()
+                                                                                       : SString::kMaxLength + size_t{ 1 }));
     }
 
     // ---- Look and care ----

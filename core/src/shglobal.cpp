@@ -90,7 +90,7 @@ private:
     CRITICAL_SECTION m_section;
 };
 
-constexpr unsigned long kBlockBytes = 36, kBlocksPerChunk = 32;
+constexpr unsigned long kBlockBytes = S_TARGET_32BIT ? 36 : 64, kBlocksPerChunk = 32;
 
 // Made on first use and never ended: blobs of other modules' static objects may come first and go last.
 SFixedAlloc& Pool()
@@ -137,7 +137,7 @@ struct SBlob::Data {
 
 SBlob::Data* SBlob::NullData() noexcept
 {
-    static_assert(!S_TARGET_32BIT || sizeof(Data) == kBlockBytes, "size, memory, references, lock");
+    static_assert(sizeof(Data) == kBlockBytes, "size, memory, references, lock");
     // Its one reference of its own keeps it from ever being released; static memory, so it cannot be missing.
     alignas(Data) static unsigned char room[sizeof(Data)];
     static Data* const data = new (room) Data;
@@ -197,12 +197,13 @@ int SBlob::Alloc(unsigned long size)
 int SBlob::Realloc(unsigned long size)
 {
     if (IsOwn()) {
-        const unsigned long before = GetSize(), held = m_data->memory.GetSize();
+        const unsigned long before = GetSize();
+        const size_t held = m_data->memory.GetSize();
         if (!m_data->memory.Realloc(size))
             return 0;
         m_data->size = size;
         // Memory that was attached may go on behind what counted of it.
-        const unsigned long stale = held < size ? held : size;
+        const size_t stale = held < size ? held : size;
         if (char* const bytes = before < stale ? static_cast<char*>(m_data->memory.Lock()) : nullptr) {
             std::memset(bytes + before, 0, stale - before);
             m_data->memory.Unlock();

@@ -99,8 +99,9 @@ WorkCounter::WorkCounter()
     Count("malloc", CountedMalloc, g_real.malloc);
     Count("calloc", CountedCalloc, g_real.calloc);
     Count("realloc", CountedRealloc, g_real.realloc);
-    Count("_Znwj", CountedNew, g_real.newOne);
-    Count("_Znaj", CountedNewMany, g_real.newMany);
+    constexpr bool kIs32Bit = sizeof(size_t) == 4; // the name of its type is in theirs
+    Count(kIs32Bit ? "_Znwj" : "_Znwy", CountedNew, g_real.newOne);
+    Count(kIs32Bit ? "_Znaj" : "_Znay", CountedNewMany, g_real.newMany);
     Count("GlobalAlloc", CountedGlobalAlloc, g_real.globalAlloc);
     Count("GlobalReAlloc", CountedGlobalReAlloc, g_real.globalReAlloc);
     Count("GetLongPathNameW", CountedLongName, g_real.longName);
