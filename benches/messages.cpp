@@ -183,6 +183,11 @@ struct Attached {
     std::vector<HWND> handles;
 };
 
+unsigned long Sum(const void* object)
+{
+    return static_cast<unsigned long>(reinterpret_cast<UINT_PTR>(object));
+}
+
 template <bool same>
 unsigned long HandleOurs(Run& run)
 {
@@ -190,8 +195,7 @@ unsigned long HandleOurs(Run& run)
     unsigned long sum = 0;
     for (long i = run.n; i > 0; --i) {
         for (HWND handle : attached.handles)
-            sum += reinterpret_cast<unsigned long>(
-                SWnd::FromHandlePermanent(Hidden(same ? attached.handles[0] : handle)));
+            sum += Sum(SWnd::FromHandlePermanent(Hidden(same ? attached.handles[0] : handle)));
     }
     return sum;
 }
@@ -203,8 +207,7 @@ unsigned long HandleMap(Run& run)
     unsigned long sum = 0;
     for (long i = run.n; i > 0; --i) {
         for (HWND handle : attached.handles) {
-            sum += reinterpret_cast<unsigned long>(
-                attached.byHandle.find(Hidden(same ? attached.handles[0] : handle))->second);
+            sum += Sum(attached.byHandle.find(Hidden(same ? attached.handles[0] : handle))->second);
         }
     }
     return sum;

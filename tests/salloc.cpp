@@ -40,22 +40,26 @@ std::vector<void*> Take(SFixedAlloc& pool, int count)
     return blocks;
 }
 
+// What a link in a free block takes, and one in front of a chunk.
+constexpr unsigned kWord = sizeof(void*);
+
 } // namespace
 
 TEST(Pool, HandsBlocksOutInOrderAndTheLastFreedFirst)
 {
-    SFixedAlloc pool(20, 3);
+    constexpr int kBytes = 5 * kWord;
+    SFixedAlloc pool(kBytes, 3);
     const std::vector<void*> blocks = Take(pool, 3);
-    EXPECT_EQ(20, Bytes(blocks[1]) - Bytes(blocks[0]));
-    EXPECT_EQ(20, Bytes(blocks[2]) - Bytes(blocks[1]));
+    EXPECT_EQ(kBytes, Bytes(blocks[1]) - Bytes(blocks[0]));
+    EXPECT_EQ(kBytes, Bytes(blocks[2]) - Bytes(blocks[1]));
     void* other = pool.Alloc(); // the next chunk
     pool.Free(blocks[0]);
-    std::memset(blocks[2], 0xEE, 20);
+    std::memset(blocks[2], 0xEE, kBytes);
     pool.Free(blocks[2]);
     void* again = pool.Alloc();
     EXPECT_EQ(blocks[2], again);
-    EXPECT_EQ(0, *static_cast<int*>(again)) << "the first word is cleared";
-    EXPECT_EQ(0xEE, static_cast<unsigned char*>(again)[4]) << "the rest is not";
+    EXPECT_EQ(0u, *static_cast<UINT_PTR*>(again)) << "the first word is cleared";
+    EXPECT_EQ(0xEE, static_cast<unsigned char*>(again)[kWord]) << "the rest is not";
     EXPECT_EQ(blocks[0], pool.Alloc());
     pool.Free(nullptr);
     pool.Free(other);
@@ -68,13 +72,13 @@ TEST(Pool, CountsOnlyWhenItHasAName)
     SFixedAlloc named(48, 10, L"Named for a test"), silent(48, 10);
     const std::vector<void*> blocks = Take(named, 11);
     Take(silent, 1);
-    EXPECT_EQ(2u * (48 * 10 + 4), named.Bytes());
+    EXPECT_EQ(2u * (48 * 10 + kWord), named.Bytes());
     EXPECT_EQ(11u, named.InUse());
     named.Free(blocks[3]);
     EXPECT_EQ(10u, named.InUse());
     EXPECT_EQ(SFixedAlloc::kNoAccounting, silent.Bytes());
     EXPECT_EQ(0u, silent.InUse());
-    EXPECT_EQ(before + 3u * (48 * 10 + 4), SFixedAlloc::TotalBytes());
+    EXPECT_EQ(before + 3u * (48 * 10 + kWord), SFixedAlloc::TotalBytes());
 
     struct Seen {
         int times = 0;
@@ -132,7 +136,7 @@ TEST(Pool, WorksOutItsChunkFromPageAndGranularity)
     pool.Free(pool.Alloc());
     EXPECT_EQ(15u, pool.BlocksPerChunk());
     SFixedAlloc odd(1, 2);
-    EXPECT_EQ(4u, odd.ElementSize()) << "a block holds a link and stays aligned";
+    EXPECT_EQ(kWord, odd.ElementSize()) << "a block holds a link and stays aligned";
 }
 
 TEST(Pool, GivesBackExactlyTheUnusedChunks)
@@ -148,8 +152,8 @@ TEST(Pool, GivesBackExactlyTheUnusedChunks)
         blocks.resize(kept);
         pool.FreeUnused();
         EXPECT_EQ(0u, pool.FreedCount());
-        EXPECT_LE(pool.Bytes(), kept * (16u * 8 + 4));
-        EXPECT_GE(pool.Bytes(), (kept + 7) / 8 * (16u * 8 + 4));
+        EXPECT_LE(pool.Bytes(), kept * (16u * 8 + kWord));
+        EXPECT_GE(pool.Bytes(), (kept + 7) / 8 * (16u * 8 + kWord));
         for (void* block : blocks)
             ASSERT_EQ(1, Validate(pool, block).sound);
         // What is left of those chunks serves before a new chunk is made.

@@ -180,7 +180,7 @@ TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
                  s.Format(L"%s %hs %S %ls", L"wide", "narrow", "narrow", L"wide"));
     EXPECT_STREQ(L"(null) 100% 007 1f", s.Format(L"%s %d%% %03d %x", nullptr, 100, 7, 31));
     EXPECT_STREQ(L"5 of text, 7 8 9",
-                 s.Format(L"%Iu of %s, %zu %td %jd", size_t(5), SString(L"text"), size_t(7), 8, 9ll));
+                 s.Format(L"%Iu of %s, %zu %td %jd", size_t(5), SString(L"text"), size_t(7), ptrdiff_t(8), 9ll));
     EXPECT_TRUE(s.Format(L"%c%300s", 0, L"x").Capacity() == 0) << "an empty text is the static buffer";
     int written = 42;
     EXPECT_TRUE(s.Format(L"abc%n", &written).IsEmpty());
@@ -202,4 +202,6 @@ TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
     EXPECT_EQ(L"<" + huge + L">", s.Format(L"<%s>", huge.PszStr()));
     EXPECT_EQ((s.Length() + 511) & ~511, s.Capacity()) << "the estimate's surplus is given back";
     EXPECT_EQ(SString(L' ', 4999) + L"7", s.Format(L"%*d", 5000, 7));
+    // A buffer that has grown large must refuse it too, also where the heap would have as much.
+    EXPECT_THROW(s.Format(L"%9000d%2147483647d", 7, 8), SEOutOfMemory);
 }

@@ -195,7 +195,7 @@ TEST(EntryPools, AreMadeInAnIdleConsumerWhileAnotherThreadMakesOne)
 
 TEST(EntryPools, AreOneForASizeHoweverManyThreadsAskFirst)
 {
-    for (unsigned long bytes = 6000; bytes < 6400; bytes += 4) {
+    for (unsigned long bytes = 6000; bytes < 6400; bytes += sizeof(void*)) {
         SFixedAlloc* pools[4] = {};
         std::atomic<int> waiting{ 0 };
         std::vector<std::thread> threads;

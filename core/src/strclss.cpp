@@ -440,6 +440,8 @@ void SString::ConcatInPlace(int n, const wchar_t* text)
 // Gives a private heap block the capacity for `n` characters, more or fewer than it has; keeps the text.
 void SString::GrowLarge(int n)
 {
+    if (n > kMaxLength) // a 64-bit heap would have the memory
+        ThrowOutOfMemory(n);
     SStringData* data = GetData();
     const unsigned long before = BlockBytes(data->capacity);
     const int capacity = RoundUpLarge(n);

@@ -167,8 +167,10 @@ Walled::~Walled()
 
 void* LowMemory(size_t bytes)
 {
-    constexpr size_t kStep = 0x10000, kEnd = 0x400000;
-    for (size_t at = kStep; at < kEnd; at += kStep) {
+    constexpr UINT_PTR kStep = 0x10000, kEnd = 0x400000;
+    // On 64 bits the program stands there; above, a number of 32 bits that is read from the address is as low.
+    const UINT_PTR above = static_cast<UINT_PTR>(sizeof(void*) == 4 ? 0 : 0x200000000);
+    for (UINT_PTR at = above + kStep; at < above + kEnd; at += kStep) {
         void* const got =
             ::VirtualAlloc(reinterpret_cast<void*>(at), bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
         if (got)

@@ -141,7 +141,7 @@ Inputs ListSeeds()
 // ---- Formats ----
 // The arguments are as many as a format can ask for, and all of them point to a text that reads well in both widths.
 
-typedef unsigned long Word;
+typedef UINT_PTR Word;
 constexpr size_t kTextBytes = 62;
 
 Word TextAddress()
@@ -151,7 +151,7 @@ Word TextAddress()
         char* const text = static_cast<char*>(LowMemory(4096)) + 2 * 'a';
         std::memset(text, 'a', kTextBytes);
         std::memset(text + kTextBytes, 0, 2);
-        return static_cast<Word>(reinterpret_cast<UINT_PTR>(text));
+        return reinterpret_cast<Word>(text);
     }();
     return address;
 }
@@ -160,10 +160,9 @@ size_t EatFormat(const std::string& input)
 {
     const SString format = WithoutLargeNumbers(UnitsOf(input));
     const Walled walled(Raw(format) + std::string(sizeof(wchar_t), '\0'));
-    constexpr size_t kWordsForOne = 2; // a double, a 64-bit number
+    constexpr size_t kWordsForOne = 8 / sizeof(Word); // a double, a 64-bit number
     std::vector<Word> arguments(kWordsForOne * static_cast<size_t>(format.Length()) + 1, TextAddress());
-    // On the 32-bit targets a list of arguments is the address of the first.
-    static_assert(sizeof(va_list) == sizeof(void*) && sizeof(Word) == 4, "a 32-bit target");
+    static_assert(sizeof(va_list) == sizeof(void*), "a list of arguments is the address of the first");
     SString text(L"before");
     text.FormatV(walled.As<wchar_t>(), reinterpret_cast<va_list>(arguments.data()));
     size_t stars = 0;
@@ -172,7 +171,7 @@ size_t EatFormat(const std::string& input)
     constexpr size_t kLongestOne = 400; // a double in full
     const size_t most = kLongestOne * static_cast<size_t>(format.Length()) +
                         SumOfNumbers(format, static_cast<size_t>(SString::kMaxLength)) +
-                        stars * TextAddress();
+                        stars * static_cast<UINT32>(TextAddress());
     Require(static_cast<size_t>(text.Length()) <= most, "the text is no longer than its parts can be");
     Require(text.FindPos(L'\0') < 0, "the text ends at its end");
     return 4 * Raw(text).size();
