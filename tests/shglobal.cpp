@@ -229,7 +229,8 @@ TEST(Blobs, SayWhatFailed)
                    { 1015, [](SBlob& blob) { blob.Realloc(5); } },
                    { 1106, [](SBlob& blob) { blob.Lock(); } } };
     for (const auto& c : kCases) {
-        const ImportPatch heap = Fail(sizeof(size_t) == 4 ? "_ZnajRKSt9nothrow_t" : "_ZnayRKSt9nothrow_t", NoChunk);
+        const ImportPatch heap =
+            Fail(sizeof(size_t) == 4 ? "_ZnajRKSt9nothrow_t" : "_ZnayRKSt9nothrow_t", NoChunk);
         std::vector<SBlob> fill; // every block that the pool still has
         try {
             for (;;) {

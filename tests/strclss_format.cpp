@@ -179,8 +179,8 @@ TEST(Formatting, KeepsWindowsMeaningAndRefusesToWriteThroughArguments)
     EXPECT_STREQ(L"wide narrow narrow wide",
                  s.Format(L"%s %hs %S %ls", L"wide", "narrow", "narrow", L"wide"));
     EXPECT_STREQ(L"(null) 100% 007 1f", s.Format(L"%s %d%% %03d %x", nullptr, 100, 7, 31));
-    EXPECT_STREQ(L"5 of text, 7 8 9",
-                 s.Format(L"%Iu of %s, %zu %td %jd", size_t(5), SString(L"text"), size_t(7), ptrdiff_t(8), 9ll));
+    EXPECT_STREQ(L"5 of text, 7 8 9", s.Format(L"%Iu of %s, %zu %td %jd", size_t(5), SString(L"text"),
+                                               size_t(7), ptrdiff_t(8), 9ll));
     EXPECT_TRUE(s.Format(L"%c%300s", 0, L"x").Capacity() == 0) << "an empty text is the static buffer";
     int written = 42;
     EXPECT_TRUE(s.Format(L"abc%n", &written).IsEmpty());

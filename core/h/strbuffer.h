@@ -65,8 +65,9 @@ public:
     SStringBuffer& operator<<(std::wstring_view text)
     {
         // One beyond the limit stays so, and is refused there.
-        return Append(text.data(), static_cast<int>(text.size() <= SString::kMaxLength ? text.size()
-                                                                                       : SString::kMaxLength + size_t{ 1 }));
+        return Append(text.data(), static_cast<int>(text.size() <= SString::kMaxLength
+                                                        ? text.size()
+                                                        : SString::kMaxLength + size_t{ 1 }));
     }
 
     // ---- Look and care ----

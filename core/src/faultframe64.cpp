@@ -352,7 +352,8 @@ void SendToLostFault(CONTEXT* context, FaultInWork* fault, const Guard* guard) n
 
 bool CanFindHandlers(const EXCEPTION_RECORD& record, const CONTEXT& context) noexcept
 {
-    return EnclosingFullGuard(ChainHead()) || !HasRoomToLook(context) || LookOut(PlaceOfFault(record, context), nullptr).arrives;
+    return EnclosingFullGuard(ChainHead()) || !HasRoomToLook(context) ||
+           LookOut(PlaceOfFault(record, context), nullptr).arrives;
 }
 
 extern "C" void CvCallOnStack(void (*call)(void*), void* argument, void* top);
