@@ -340,6 +340,11 @@ TEST(Hook, MakesHandlerGuardsWork)
                  }),
                  SEMachineFault)
         << "where unwinding is impossible the guard around it resumes";
+    const auto asks = [] {
+        const SHandlerGuard guard;
+        return ::IsBadReadPtr(g_null, 4);
+    };
+    EXPECT_TRUE(asks()) << "the system's own handler is asked first";
     VectoredExceptionHook::Remove();
 }
 

@@ -5,6 +5,7 @@
 
 #include "support/counters.h"
 #include "support/faulting.h"
+#include "support/importpatch.h"
 #include "support/templog.h"
 
 #include <gtest/gtest.h>
@@ -249,6 +250,36 @@ TEST(FaultWays, LeaveARecordAlsoWhenTheLogItselfIsWhereTheyBegin)
         << "a fault in the log's own argument";
     EXPECT_EQ(1, AppendToExceptionLogPrefixed(L"later"));
     EXPECT_THROW(SRunGuarded(ThrowOut), std::out_of_range);
+}
+
+namespace {
+
+HANDLE WINAPI OpenWithFault(const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE)
+{
+    ReadNull();
+    return INVALID_HANDLE_VALUE;
+}
+
+} // namespace
+
+TEST(FaultWays, LeadBackWithTheFirstFaultWhenTheLogFaultsEachTime)
+{
+    const TempLog log;
+    VectoredExceptionHook::Install();
+    {
+        const ImportPatch open("CVCore16.dll", nullptr, "CreateFileW", OpenWithFault);
+        ASSERT_TRUE(open.Found());
+        for (int i = 0; i < 40; ++i) { // more often than there is room for faults in work
+            ASSERT_EQ(EXCEPTION_INT_DIVIDE_BY_ZERO, FaultOf(DivideByZero).GetCode());
+            ASSERT_EQ(EXCEPTION_INT_DIVIDE_BY_ZERO, FaultOf([] {
+                                                        const SHandlerGuard guard;
+                                                        Deeper(1, DivideByZero);
+                                                    }).GetCode());
+        }
+    }
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, FaultOf(ReadNull).GetCode());
+    VectoredExceptionHook::Remove();
+    EXPECT_EQ(1, Occurrences(log.Text(), "*** Fault caught by a guard\r\n"));
 }
 
 TEST(FaultWays, AreFoundByManyThreadsWhileTheHookComesAndGoes)

@@ -49,11 +49,27 @@ bool IsSuspended(const HandlerRecord* guard)
     return false;
 }
 
+#if !S_TARGET_32BIT
+void GiveUp(Guard* guard)
+{
+    if (guard->fault && guard->fault != &g_passed)
+        guard->fault->taken.store(0);
+    guard->fault = nullptr;
+}
+#endif
+
 // The thread goes on in the call of `guard`; destructors in between are skipped.
 [[noreturn]] void ResumeAt(FullGuard* guard, const SMachineFault& fault)
 {
     guard->described = fault;
     guard->fault = nullptr;
+#if !S_TARGET_32BIT
+    // A handler guard may have had a fault in work when the stack overflowed, which is no matter for it.
+    for (HandlerRecord* record = ChainHead(); record != guard && record != kChainEnd; record = record->previous) {
+        if (record->handler == OnHandlerGuard)
+            GiveUp(static_cast<Guard*>(record));
+    }
+#endif
     SetChainHead(guard);
     ReturnToGuard(guard);
 }

@@ -39,7 +39,8 @@ private:
     size_t m_index;
 };
 
-/// Memory whose address is as small a number as can be had: as an argument of the wrong type it is no large width.
+/// Memory whose address, or the low half of it on 64 bits, is as small a number as can be had: as an argument of the wrong type
+/// it is no large width.
 void* LowMemory(size_t bytes);
 
 /// From now on the program ends, saying where it stands, when nobody calls this again within so many seconds; a fault or
