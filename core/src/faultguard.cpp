@@ -50,11 +50,17 @@ bool IsSuspended(const HandlerRecord* guard)
 }
 
 #if !S_TARGET_32BIT
-void GiveUp(Guard* guard)
+// A handler guard inside may have had a fault in work when the stack overflowed; nobody asks it about the overflow.
+void GiveUpInside(const Guard* guard)
 {
-    if (guard->fault && guard->fault != &g_passed)
-        guard->fault->taken.store(0);
-    guard->fault = nullptr;
+    for (HandlerRecord* record = ChainHead(); record != guard && record != kChainEnd;
+         record = record->previous) {
+        Guard* const inner = static_cast<Guard*>(record);
+        if (record->handler == OnHandlerGuard && inner->fault && inner->fault != &g_passed) {
+            inner->fault->taken.store(0);
+            inner->fault = nullptr;
+        }
+    }
 }
 #endif
 
@@ -63,13 +69,6 @@ void GiveUp(Guard* guard)
 {
     guard->described = fault;
     guard->fault = nullptr;
-#if !S_TARGET_32BIT
-    // A handler guard may have had a fault in work when the stack overflowed, which is no matter for it.
-    for (HandlerRecord* record = ChainHead(); record != guard && record != kChainEnd; record = record->previous) {
-        if (record->handler == OnHandlerGuard)
-            GiveUp(static_cast<Guard*>(record));
-    }
-#endif
     SetChainHead(guard);
     ReturnToGuard(guard);
 }
@@ -239,6 +238,10 @@ bool TakeFault(const EXCEPTION_RECORD& record, Guard* guard, CONTEXT* context) n
             EnclosingFullGuard(guard->previous))
             return false;
     }
+#if !S_TARGET_32BIT
+    if (overflow)
+        GiveUpInside(guard);
+#endif
     FaultInWork* const fault = TakeRoom();
     fault->guard = guard;
     fault->record = record;
