@@ -569,7 +569,9 @@ TEST(StreamEdges, GiveBackMoreThanOnceAndCloseWhatIsTheirs)
         expected = bytes + expected;
     }
     EXPECT_EQ(expected.size(), in.Available());
-    EXPECT_THROW(in.Unread("", 0x7FFFFFFF), SEOutOfMemory) << "the length is looked at, not the bytes";
+    if (S_TARGET_32BIT) { // a 64-bit heap may have as much, and then the bytes are read
+        EXPECT_THROW(in.Unread("", 0x7FFFFFFF), SEOutOfMemory) << "the length is looked at, not the bytes";
+    }
     std::string got(expected.size() + 5, '\0');
     got.resize(in.Read(&got[0], static_cast<unsigned long>(got.size())));
     EXPECT_EQ(expected, got);
@@ -580,6 +582,8 @@ TEST(StreamEdges, GiveBackMoreThanOnceAndCloseWhatIsTheirs)
 
     SOutputGlobal out;
     out.Write("x", 1);
-    EXPECT_THROW(out.Write("y", 0x7FFFFFFF), SEOutOfMemory);
+    if (S_TARGET_32BIT) {
+        EXPECT_THROW(out.Write("y", 0x7FFFFFFF), SEOutOfMemory);
+    }
     EXPECT_EQ(1u, out.GetSize());
 }
