@@ -63,7 +63,7 @@ TEST(StringBuffers, TakeTheSmallestClassThatHolds)
     }
 }
 
-// From between pages that must not be touched, and without a unit more than there is room for.
+// From between pages that must not be touched, at odd addresses too, and without a unit more than there is room for.
 TEST(StringBuffers, HoldTextsOfAnyLengthToTheLastUnit)
 {
     GuardedText guarded;
@@ -71,7 +71,7 @@ TEST(StringBuffers, HoldTextsOfAnyLengthToTheLastUnit)
         std::wstring text;
         for (int i = 0; i < length; ++i)
             text += static_cast<wchar_t>(0x100 + i * 7);
-        for (size_t gap = 0; gap < 16; gap += 2) {
+        for (size_t gap = 0; gap < 16; ++gap) {
             const SString taken(guarded.AtEnd(text.c_str(), text.size(), gap), length);
             ASSERT_EQ(text, std::wstring(taken, static_cast<size_t>(taken.Length()))) << length;
             ASSERT_EQ(L'\0', taken.PszStr()[taken.Capacity()]) << length;

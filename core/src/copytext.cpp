@@ -51,10 +51,10 @@ void CopyText(wchar_t* to, const wchar_t* from, size_t n)
         StoreHalf(to, first);
         StoreHalf(to + n - 4, last);
     } else if (n > 0) {
-        const wchar_t first = from[0], middle = from[n / 2], last = from[n - 1];
-        to[0] = first;
-        to[n / 2] = middle;
-        to[n - 1] = last;
+        const wchar_t first = UnitAt(from, 0), middle = UnitAt(from, n / 2), last = UnitAt(from, n - 1);
+        SetUnitAt(to, 0, first);
+        SetUnitAt(to, n / 2, middle);
+        SetUnitAt(to, n - 1, last);
     }
 }
 
