@@ -18,6 +18,7 @@
 
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -212,6 +213,39 @@ TEST_F(Windows, BringTheirMenusUpToDateWhenTheyOpen)
     EXPECT_EQ(temporary, SMenu::FromHandle(::GetSystemMenu(window.GetHandle(), FALSE)));
     EXPECT_EQ(&menu, SMenu::FromHandlePermanent(menu.GetHandle()));
     SMenu::DeleteTempMap();
+}
+
+TEST_F(Windows, HaveAPermanentObjectWhereATemporaryOneIsAttached)
+{
+    const auto makeForeign = [] {
+        return ::CreateWindowExW(0, L"static", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    };
+    const HWND first = makeForeign(), second = makeForeign();
+    std::unique_ptr<SWnd> object(SWnd::FromHandle(first));
+    for (const HWND window : { first, second }) {
+        EXPECT_EQ(TRUE, object->Attach(window));
+        SWnd::DeleteTempMap();
+        EXPECT_EQ(object.get(), SWnd::FromHandlePermanent(window));
+        EXPECT_EQ(window, object->GetHandle());
+    }
+    EXPECT_EQ(nullptr, SWnd::FromHandlePermanent(first));
+    object.reset(SWnd::FromHandle(first));
+    EXPECT_FALSE(::IsWindow(second)) << "an object that ends takes its window along";
+    EXPECT_EQ(TRUE, object->Attach(makeForeign()));
+    EXPECT_TRUE(::IsWindow(first)) << "it was not the object's";
+    ::DestroyWindow(first);
+
+    const HPEN pens[] = { ::CreatePen(PS_SOLID, 1, 0), ::CreatePen(PS_SOLID, 2, 0) };
+    std::unique_ptr<SGdiObject> pen(SGdiObject::FromHandle(pens[0]));
+    EXPECT_EQ(1, pen->Attach(pens[0]));
+    SGdiObject::DeleteTempMap();
+    EXPECT_EQ(pen.get(), SGdiObject::FromHandlePermanent(pens[0]));
+    EXPECT_EQ(DWORD{ OBJ_PEN }, ::GetObjectType(pens[0])) << "attached, not ended";
+    pen->Detach();
+    pen.reset(SGdiObject::FromHandle(pens[0]));
+    EXPECT_EQ(1, pen->Attach(pens[1]));
+    EXPECT_EQ(DWORD{ OBJ_PEN }, ::GetObjectType(pens[0])) << "it was not the object's";
+    ::DeleteObject(pens[0]);
 }
 
 TEST_F(Windows, AndTheOtherWrappersKeepOneMapEach)

@@ -17,7 +17,8 @@ public:
 
     Handle GetHandle() const { return m_handle; }
     /// Enters the object as the handle's permanent one and owns the handle. 0 for a null one. A handle that the object had is
-    /// ended, one that another object had is taken over from it. Throws SEOutOfMemory, with nothing changed.
+    /// ended, one that another object had is taken over from it. A temporary object becomes a permanent one, which is the
+    /// caller's to delete; the handle that it stood for is left alone. Throws SEOutOfMemory, with nothing changed.
     int Attach(Handle handle)
     {
         if (!handle)
@@ -28,8 +29,10 @@ public:
         Object::Map().SetPermanent(handle, static_cast<Object*>(this));
         if (owner)
             owner->SWrapped::m_handle = Handle();
-        if (const Handle before = Detach())
-            Object::End(before);
+        if (!Object::Map().ReleaseTemporary(m_handle, static_cast<Object*>(this))) {
+            if (const Handle before = Detach())
+                Object::End(before);
+        }
         m_handle = handle;
         return 1;
     }

@@ -65,7 +65,8 @@ public:
     /// Ends all temporary objects. The idle loop calls this while nobody holds an STempMapLock.
     static void DeleteTempMap() noexcept;
     /// Enters the object as the window's. 0 for a null handle. An object that had another window lets that go, as Detach does; a
-    /// window that had another object is taken over from it.
+    /// window that had another object is taken over from it. A temporary object becomes a permanent one, which is the caller's to
+    /// delete.
     int Attach(HWND window);
     /// Takes it out again, with our procedure where the window has one of its own; the handle that it had. Where somebody put a
     /// procedure over ours, ours stays and passes on to the window's own.

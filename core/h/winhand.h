@@ -80,6 +80,12 @@ public:
         m_permanent.Remove(handle);
         m_last = {};
     }
+    /// Leaves an object to its caller, who makes it a permanent one. False when it is not the handle's temporary one.
+    bool ReleaseTemporary(Handle handle, const Object* object) noexcept
+    {
+        Object* const* const temporary = m_temporary.Find(handle);
+        return temporary && *temporary == object && m_temporary.Remove(handle);
+    }
     /// Ends all temporary objects in the order of their handles.
     void DeleteTemporary() noexcept
     {

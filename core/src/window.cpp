@@ -90,7 +90,7 @@ void SWnd::Enter(HWND window)
     if (owner == this)
         return;
     Map().SetPermanent(window, this);
-    if (m_hWnd)
+    if (m_hWnd && !Map().ReleaseTemporary(m_hWnd, this))
         Detach();
     m_hWnd = window;
     if (owner) {
