@@ -17,7 +17,8 @@
 #include <utility>
 
 // What all the static converters do. A length of -1 means that the text ends at its NUL, which is converted too; other
-// negative ones fail. `size` is the room of the output in its units.
+// negative ones fail. `size` is the room of the output in its units. The output must not overlap the text: it is written while
+// the text is read, and a text of mixed characters is read twice.
 //   - Output null or of size 0: returns how many units the converted text takes; nothing more is counted.
 //   - The converted text fills the output: the last unit is made a NUL, so the text is cut by one; returns `size`.
 //   - It does not, and does not end in a NUL: one is appended and counted in the result.
