@@ -36,6 +36,34 @@ FARPROC WINAPI FindPrinting(HMODULE module, const char* name)
     return g_hasPrinters ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(GivePrinter)) : nullptr;
 }
 
+// A system that has a policy on faults in callbacks.
+DWORD g_policy;
+bool g_hasPolicy = true;
+BOOL WINAPI GetPolicy(DWORD* policy)
+{
+    *policy = g_policy;
+    return TRUE;
+}
+BOOL WINAPI SetPolicy(DWORD policy)
+{
+    g_policy = policy;
+    return TRUE;
+}
+FARPROC WINAPI FindPolicy(HMODULE module, const char* name)
+{
+    if (!std::strstr(name, "ProcessUserModeExceptionPolicy"))
+        return ::GetProcAddress(module, name);
+    void* const function =
+        name[0] == 'G' ? reinterpret_cast<void*>(GetPolicy) : reinterpret_cast<void*>(SetPolicy);
+    return g_hasPolicy ? reinterpret_cast<FARPROC>(function) : nullptr;
+}
+int g_heapAsked;
+BOOL WINAPI SetHeapSeen(HANDLE heap, HEAP_INFORMATION_CLASS kind, void* data, SIZE_T size)
+{
+    g_heapAsked += !heap && kind == HeapEnableTerminationOnCorruption && !data && size == 0;
+    return TRUE;
+}
+
 HCURSOR g_cursor;
 HCURSOR WINAPI SetCursorSeen(HCURSOR cursor)
 {
@@ -275,6 +303,23 @@ TEST_F(Windows, OpenTheFilesThatTheCommandLineNames)
     app.ProcessCommandLine();
     app.Turn();
     EXPECT_EQ(std::string::npos, g_seen.find("window_test")) << "not the program itself";
+}
+
+// Wine has no such policy and keeps its heap's settings to itself: the calls are what can be seen.
+TEST(Application, AsksThatDamageBeNotLivedWith)
+{
+    const ImportPatch heap("CVCore16.dll", nullptr, "HeapSetInformation", SetHeapSeen);
+    const ImportPatch policy("CVCore16.dll", nullptr, "GetProcAddress", FindPolicy);
+    ASSERT_TRUE(heap.Found() && policy.Found());
+    g_heapAsked = 0;
+    g_policy = 5;
+    App app;
+    EXPECT_EQ(1, app.Init(nullptr, nullptr, nullptr, SW_HIDE));
+    EXPECT_EQ(1, g_heapAsked);
+    EXPECT_EQ(4u, g_policy) << "one bit is taken out, the others stay";
+    g_hasPolicy = false;
+    EXPECT_EQ(1, app.Init(nullptr, nullptr, nullptr, SW_HIDE));
+    g_hasPolicy = true;
 }
 
 TEST(Application, KnowsItsPrinter)

@@ -125,8 +125,12 @@ public:
     explicit SInputBinaryStream(SInputStream& inner) noexcept : SInputFilter(inner) {}
     SInputBinaryStream(SInputStream* inner, bool own) noexcept : SInputFilter(inner, own) {}
 
-    // Numbers are asked of the stream below at once, without a Read of this one in between. Throw SEEOFException when there are
-    // fewer bytes.
+    /// What decodes belongs below, as a filter: numbers are asked of the stream below at once.
+    unsigned long Read(void* data, unsigned long bytes, unsigned long unit = kRun) final
+    {
+        return m_inner->Read(data, bytes, unit);
+    }
+    /// Throw SEEOFException when there are fewer bytes.
     SInputBinaryStream& operator>>(unsigned char& value) { return Get(value); }
     SInputBinaryStream& operator>>(unsigned short& value) { return Get(value); }
     SInputBinaryStream& operator>>(long& value) { return Get(value); }
@@ -156,7 +160,11 @@ public:
     explicit SOutputBinaryStream(SOutputStream& inner) noexcept : SOutputFilter(inner) {}
     SOutputBinaryStream(SOutputStream* inner, bool own) noexcept : SOutputFilter(inner, own) {}
 
-    // Numbers are given to the stream below at once, without a Write of this one in between.
+    /// What encodes belongs below, as a filter: numbers are given to the stream below at once.
+    unsigned long Write(const void* data, unsigned long bytes, unsigned long unit = kRun) final
+    {
+        return m_inner->Write(data, bytes, unit);
+    }
     SOutputBinaryStream& operator<<(unsigned char value) { return Put(value); }
     SOutputBinaryStream& operator<<(unsigned short value) { return Put(value); }
     SOutputBinaryStream& operator<<(long value) { return Put(value); }

@@ -47,7 +47,9 @@ public:
     static SWinApp* Get() noexcept;
 
     /// Takes over what the program was started with. A null instance is the program's own, a null command line the
-    /// process's. Returns 1; a derived class makes its windows here. Throws SEOutOfMemory, with nothing taken over.
+    /// process's. Returns 1; a derived class makes its windows here. Throws SEOutOfMemory, with nothing taken over. From here on a
+    /// broken heap ends the process where it is found, and Windows swallows no fault below a window procedure, where it can be
+    /// told so.
     virtual int Init(HINSTANCE instance, HINSTANCE previous, char* commandLine, int show);
     /// Runs the loop until WM_QUIT and returns what ExitInstance does.
     virtual int Run();

@@ -4,6 +4,7 @@
 #include "callback.h"
 #include "crash.h"
 #include "crashlog.h"
+#include "hardening.h"
 #include "modalst.h"
 #include "notifmgr.h"
 #include "sgdi.h"
@@ -112,6 +113,7 @@ int SWinApp::Init(HINSTANCE instance, HINSTANCE, char* commandLine, int show)
     m_instance = program;
     m_show = show;
     m_namesProgram = !commandLine;
+    HardenProcess();
     return 1;
 }
 
