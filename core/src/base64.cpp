@@ -14,7 +14,7 @@ public:
     wchar_t* Make(int length)
     {
         if (Capacity() < length)
-            Empty(); // what is there would be copied
+            Empty(); // given back first: there need not be memory for both
         AllocBeforeWrite(length);
         SStringData* const data = GetData();
         data->refs = 1;

@@ -70,6 +70,17 @@ void WriteEmpty(Unit* output, int size)
         *output = Unit();
 }
 
+// Ends a result of at least one unit: in its last one where there is no room behind it, and not twice.
+template <class Unit>
+inline int Terminated(Unit* output, int made, int size)
+{
+    if (made == size)
+        output[made - 1] = Unit();
+    else if (output[made - 1] != Unit())
+        output[made++] = Unit();
+    return made;
+}
+
 template <class Unit>
 size_t LengthOf(const Unit* text, int length)
 {
@@ -106,12 +117,7 @@ int ConvertBy(const From* text, int length, To* output, int size, Fast fast, Slo
         *output = To();
         return 0;
     }
-    if (made == static_cast<size_t>(size)) {
-        output[made - 1] = To();
-    } else if (output[made - 1] != To()) {
-        output[made++] = To();
-    }
-    return static_cast<int>(made);
+    return Terminated(output, static_cast<int>(made), size);
 }
 
 } // namespace
@@ -213,12 +219,7 @@ inline int ShortAscii(const From* text, int length, To* output, int size)
     if (!text || !output || length <= 0 || length > kShort || length >= size)
         return 0;
     const size_t count = static_cast<size_t>(length);
-    if (NarrowKern::CopyAscii(text, count, output) != count)
-        return 0;
-    if (text[length - 1] == From())
-        return length;
-    output[length] = To();
-    return length + 1;
+    return NarrowKern::CopyAscii(text, count, output) == count ? Terminated(output, length, size) : 0;
 }
 
 S_NOINLINE int NarrowAny(const wchar_t* text, int length, char* output, int size)

@@ -7,6 +7,9 @@
 #include <cmath>
 #include <cstring>
 
+/// Those powers of ten that numbers with a few decimals take to be whole. All of them are exact.
+inline constexpr double kPowersOfTen[] = { 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10 };
+
 /// The shortest text that reads back to a number, for those with at most 15 digits and a size that needs no exponent, which
 /// most numbers are. Whole numbers and powers of ten of that size are exact as doubles, so that one division rounds as a reader
 /// does; and no two decimals of so few digits read as the same number, so that the first found is the only one. Others have no
@@ -18,12 +21,12 @@ public:
         const double size = std::fabs(number);
         if (!(size >= kSmallest && size < kLargest))
             return;
-        for (int decimals = 0; decimals < kPowers; ++decimals) {
-            const double scaled = size * Power(decimals);
+        for (int decimals = 0; decimals < kTried; ++decimals) {
+            const double scaled = size * kPowersOfTen[decimals];
             if (scaled >= kLargest)
                 return;
             const double whole = Rounded(scaled);
-            if (whole / Power(decimals) != size)
+            if (whole / kPowersOfTen[decimals] != size)
                 continue;
             if (decimals > 0 || whole < kLargestPlain)
                 Write(whole, decimals, number < 0);
@@ -36,16 +39,11 @@ public:
     int Length() const { return static_cast<int>(m_digits + kRoom - m_first); }
 
 private:
-    enum { kPowers = 8, kRoom = 24 };
+    enum { kTried = 8, kRoom = 24 };
     static constexpr double kSmallest = 1e-3; // below, an exponent is shorter than zeros
     static constexpr double kLargest = 1e15;
     static constexpr double kLargestPlain = 1e5; // above, an exponent is shorter than zeros at the end
 
-    static double Power(int of)
-    {
-        static const double kTens[kPowers] = { 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7 };
-        return kTens[of];
-    }
     /// To the nearest whole number: at this size a double has no room for a fraction.
     static double Rounded(double number)
     {

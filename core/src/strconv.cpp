@@ -108,7 +108,16 @@ struct Whole {
     unsigned long long size;
 };
 
-constexpr int kSurelyInWord = 9; // decimal digits
+// The number of the decimal digits at a place, which is moved behind them: no more of them than surely fit a word.
+unsigned long ReadFewDigits(const wchar_t*& at)
+{
+    constexpr int kSurelyFit = 9;
+    const wchar_t* const end = at + kSurelyFit;
+    unsigned long number = 0;
+    for (; at < end && IsDigitChar(*at); ++at)
+        number = number * 10 + (*at - L'0');
+    return number;
+}
 
 Whole ReadWhole(const wchar_t* text, int base)
 {
@@ -123,11 +132,10 @@ Whole ReadWhole(const wchar_t* text, int base)
     const auto isDigit = [base](wchar_t c) { return IsXDigitChar(c) && DigitValue(c) < base; };
     // As many digits as surely fit a word; the rest, which few numbers have, is looked at one by one.
     unsigned long inWord = 0;
-    const wchar_t* const surelyFits = text + (base == 10 ? kSurelyInWord : base <= 16 ? 7 : 0);
     if (base == 10) {
-        for (; text < surelyFits && IsDigitChar(*text); ++text)
-            inWord = inWord * 10 + (*text - L'0');
+        inWord = ReadFewDigits(text);
     } else {
+        const wchar_t* const surelyFits = text + (base <= 16 ? 7 : 0);
         for (; text < surelyFits && isDigit(*text); ++text)
             inWord =
                 inWord * static_cast<unsigned long>(base) + static_cast<unsigned long>(DigitValue(*text));
@@ -180,7 +188,6 @@ private:
 // rounds once, as the reader of the run-time does with ten times the work. False for other numbers.
 bool ReadShortDecimal(const wchar_t* text, const wchar_t* end, double& value)
 {
-    static const double kPowers[] = { 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10 };
     constexpr ptrdiff_t kMostDigits = 15; // below 2^53
     if (end - text > kMostDigits)
         return false;
@@ -195,9 +202,9 @@ bool ReadShortDecimal(const wchar_t* text, const wchar_t* end, double& value)
             return false; // an exponent
     }
     const ptrdiff_t decimals = point ? end - point - 1 : 0;
-    if (decimals >= static_cast<ptrdiff_t>(std::size(kPowers)))
+    if (decimals >= static_cast<ptrdiff_t>(std::size(kPowersOfTen)))
         return false;
-    value = static_cast<double>(static_cast<long long>(digits)) / kPowers[decimals];
+    value = static_cast<double>(static_cast<long long>(digits)) / kPowersOfTen[decimals];
     return true;
 }
 
@@ -264,11 +271,9 @@ long SString::ToLONG(int base) const
     if (base == 10) {
         // Most numbers are nothing but a few digits.
         const wchar_t* at = m_text;
-        long few = 0;
-        for (const wchar_t* const surelyFits = at + kSurelyInWord; at < surelyFits && IsDigitChar(*at); ++at)
-            few = few * 10 + (*at - L'0');
+        const unsigned long few = ReadFewDigits(at);
         if (at != m_text && !IsDigitChar(*at))
-            return few;
+            return static_cast<long>(few);
     }
     const Whole number = ReadWhole(m_text, base);
     if (number.negative)
