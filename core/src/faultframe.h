@@ -25,14 +25,17 @@ inline constexpr HandlerRecord* kChainEnd = nullptr;
 HandlerRecord* ChainHead() noexcept;
 void SetChainHead(HandlerRecord* record) noexcept;
 
+/// Makes a record the chain's head.
+inline void PutUp(HandlerRecord& record) noexcept
+{
+    record.previous = ChainHead();
+    SetChainHead(&record);
+}
+
 /// A record that is in the chain while this lives.
 class PutUpHere {
 public:
-    explicit PutUpHere(HandlerRecord& record) noexcept : m_record(record)
-    {
-        record.previous = ChainHead();
-        SetChainHead(&record);
-    }
+    explicit PutUpHere(HandlerRecord& record) noexcept : m_record(record) { PutUp(record); }
     ~PutUpHere() { SetChainHead(m_record.previous); }
     PutUpHere(const PutUpHere&) = delete;
     PutUpHere& operator=(const PutUpHere&) = delete;

@@ -336,8 +336,7 @@ namespace {
 void PutUp(HandlerRecord* record, decltype(HandlerRecord::handler) handler)
 {
     record->handler = handler;
-    record->previous = ChainHead();
-    SetChainHead(record);
+    PutUp(*record);
 }
 
 } // namespace
