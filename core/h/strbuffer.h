@@ -30,7 +30,7 @@ public:
     SStringBuffer& Append(wchar_t c)
     {
         SStringData* data = m_text.GetData();
-        if (S_UNLIKELY(!data->IsOwn() || data->length >= data->capacity))
+        if (S_UNLIKELY(!data->HasOwnRoom(1)))
             data = MakeRoom(1);
         data->Text()[data->length] = c;
         data->Text()[++data->length] = L'\0';

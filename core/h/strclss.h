@@ -47,6 +47,8 @@ struct SStringData {
 
     /// Whether the one string that holds the buffer may write into it.
     bool IsOwn() const { return refs < 2 && refs != kStaticEmpty; }
+    /// Whether it may write so many more, 1 or more. The static buffer has no room, so it need not be asked for.
+    bool HasOwnRoom(long more) const { return refs < 2 && more <= capacity - length; }
 };
 
 /// The buffer of all empty strings. It stands in memory that cannot be written.
@@ -313,7 +315,7 @@ public:
     SString& operator+=(wchar_t c)
     {
         SStringData* data = GetData();
-        if (S_UNLIKELY(!data->IsOwn() || data->length >= data->capacity || c == L'\0'))
+        if (S_UNLIKELY(!data->HasOwnRoom(1) || c == L'\0'))
             return AppendSlowly(c);
         m_text[data->length] = c;
         m_text[++data->length] = L'\0';
@@ -650,11 +652,11 @@ inline SString operator+(SString&& left, const char* right)
 // Comparisons are Compare's: by code units, a null pointer equals the empty text.
 inline bool operator==(const SString& a, const SString& b)
 {
-    return a.Compare(b) == 0;
+    return a.Length() == b.Length() && a.Compare(b) == 0; // most that differ do so in length
 }
 inline bool operator!=(const SString& a, const SString& b)
 {
-    return a.Compare(b) != 0;
+    return !(a == b);
 }
 inline bool operator<(const SString& a, const SString& b)
 {

@@ -10,7 +10,7 @@
 SStringData* SStringBuffer::MakeRoom(int n)
 {
     SStringData* data = m_text.GetData();
-    if (n > SString::kMaxLength - data->length || !data->IsOwn() || data->capacity - data->length < n) {
+    if (!data->HasOwnRoom(n)) {
         // A sum beyond the longest text is refused there, as every such length is.
         m_text.GrowAhead(n > SString::kMaxLength - data->length ? SString::kMaxLength + 1 : data->length + n);
         data = m_text.GetData();
@@ -22,8 +22,13 @@ SStringBuffer& SStringBuffer::Append(const wchar_t* text, int n)
 {
     if (n <= 0 || !text)
         return *this;
-    const SString old = text >= m_text.begin() && text <= m_text.end() ? m_text : SString();
-    SStringData* data = MakeRoom(n);
+    SStringData* data = m_text.GetData();
+    if (!data->HasOwnRoom(n)) {
+        // A piece of the builder itself must outlive the buffer that it stands in.
+        const SString old = text >= m_text.begin() && text <= m_text.end() ? m_text : SString();
+        MakeRoom(n);
+        return Append(text, n);
+    }
     TextKern::CopyText(data->Text() + data->length, text, static_cast<size_t>(n));
     data->length += n;
     data->Text()[data->length] = L'\0';

@@ -77,13 +77,6 @@ int SString::CompareNull() const
     return IsEmpty() ? 0 : 1;
 }
 
-int SString::Compare(const SString& text) const
-{
-    if (m_text == text.m_text)
-        return 0;
-    return TextKern::Compare(m_text, static_cast<size_t>(Length()), text.m_text,
-                             static_cast<size_t>(text.Length()));
-}
 int SString::Compare(const wchar_t* text) const
 {
     return text ? SSafeStrCmp(m_text, text) : CompareNull();
@@ -101,13 +94,6 @@ int SString::Compare(int start, const wchar_t* text, int count) const
     return text ? SSafeStrNCmp(TextFrom(start), text, Limit(count)) : CompareNull();
 }
 
-int SString::CompareNoCase(const SString& text) const
-{
-    if (m_text == text.m_text)
-        return 0;
-    return TextKern::CompareNoCase(m_text, static_cast<size_t>(Length()), text.m_text,
-                                   static_cast<size_t>(text.Length()));
-}
 int SString::CompareNoCase(const wchar_t* text) const
 {
     return text ? SSafeStrICmp(m_text, text) : CompareNull();

@@ -2,6 +2,7 @@
 #include "textkern.h"
 
 #include "casetable.h"
+#include "strclss.h"
 #include "textblock.h"
 #include "textwide.h"
 
@@ -122,7 +123,8 @@ int OrderOf(wchar_t a, wchar_t b)
 }
 
 template <class Rule>
-int CompareBy(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
+[[gnu::always_inline]] inline int CompareBy(const wchar_t* a, size_t aLength, const wchar_t* b,
+                                            size_t bLength)
 {
     const size_t common = std::min(aLength, bLength);
     const size_t at = a == b ? common : MismatchBy<Rule>(a, b, common);
@@ -219,3 +221,17 @@ size_t MismatchNoCase(const wchar_t* a, const wchar_t* b, size_t length)
 }
 
 } // namespace TextKern
+
+// Strings' own comparison stands here since a call more costs as much as comparing short texts does.
+
+int SString::Compare(const SString& text) const
+{
+    return TextKern::CompareBy<TextKern::ByUnit>(m_text, static_cast<size_t>(Length()), text.m_text,
+                                                 static_cast<size_t>(text.Length()));
+}
+
+int SString::CompareNoCase(const SString& text) const
+{
+    return TextKern::CompareBy<TextKern::ByLetter>(m_text, static_cast<size_t>(Length()), text.m_text,
+                                                   static_cast<size_t>(text.Length()));
+}
