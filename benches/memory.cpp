@@ -34,12 +34,14 @@ std::shared_ptr<void> IntEntries(long count)
     return made;
 }
 
-template <class Map>
+const wchar_t kShort[] = L"a value", kLonger[] = L"another value";
+
+template <class Map, const wchar_t* value>
 std::shared_ptr<void> TextEntries(long count)
 {
     auto made = std::make_shared<Map>();
     for (long i = 0; i < count; ++i)
-        (*made)[(L"key of " + std::to_wstring(100000 + i)).c_str()] = L"a value";
+        (*made)[(L"key of " + std::to_wstring(100000 + i)).c_str()] = value;
     return made;
 }
 
@@ -116,8 +118,14 @@ const SizeRow kRows[] = {
     { "mem.map.str",
       kCount,
       AtMost(1.0),
-      TextEntries<SMap<SString, SString>>,
-      { { "std::map", TextEntries<std::map<std::wstring, std::wstring>> } } },
+      TextEntries<SMap<SString, SString>, kLonger>,
+      { { "std::map", TextEntries<std::map<std::wstring, std::wstring>, kLonger> } } },
+    // Shorter values fit inside the peer's object.
+    { "mem.map.str.short",
+      kCount,
+      kNoGoal,
+      TextEntries<SMap<SString, SString>, kShort>,
+      { { "std::map", TextEntries<std::map<std::wstring, std::wstring>, kShort> } } },
     { "mem.array.100", kCount, AtMost(1.0), OurArrays, { { "std::vector", StdArrays } } },
     { "mem.blob.300", kCount, AtMost(1.0), OurBlobs, { { "std::shared_ptr<std::vector>", StdBlobs } } },
 };
