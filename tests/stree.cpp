@@ -3,6 +3,7 @@
 
 #include "sexcept.h"
 #include "support/allocfail.h"
+#include "support/guardedtext.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
 #include "support/treecheck.h"
@@ -200,32 +201,69 @@ TEST(Map, FindsAPlainTextAmongKeysThatHoldNuls)
     EXPECT_EQ(1, *map.Find(key));
 }
 
-TEST(Map, OrdersStringKeysAsTheyCompare)
+namespace {
+
+// Texts that differ in any of their first units, behind them, in length, or in case only, with units of which a signed number
+// would have another order.
+std::wstring TextNearAHint(std::mt19937& random)
+{
+    const wchar_t units[] = { L'\0', L'a', L'A', L'b', L'_', 0x0161, 0x0160, 0x6161, 0x7FFF, 0x8000, 0xFFFF };
+    std::wstring text(random() % 12, L'a');
+    for (unsigned changes = random() % 3; changes > 0 && !text.empty(); --changes)
+        text[random() % text.size()] = units[random() % std::size(units)];
+    if (!text.empty() && text[0] == L'\0')
+        text.clear(); // as the copy is that a map keeps
+    return text;
+}
+
+// Against a standard map of the same order, by both ways to ask for a key; plain ones end at a page that cannot be read.
+template <class C>
+void ExpectOrder(std::wstring (*weight)(std::wstring))
 {
     std::mt19937 random(TestSeed());
-    const wchar_t units[] = { L'\0', L'a', L'b', 0x0161, 0x6161, 0xFFFF };
-    const auto sign = [](int order) { return (order > 0) - (order < 0); };
-    for (int round = 0; round < 20000; ++round) {
-        std::wstring texts[2];
-        for (std::wstring& text : texts) {
-            text = std::wstring(random() % 10, L'a');
-            for (unsigned changes = random() % 3; changes > 0 && !text.empty(); --changes)
-                text[random() % text.size()] = units[random() % std::size(units)];
+    GuardedText guarded;
+    for (int round = 0; round < 40; ++round) {
+        CheckedMap<SString, int, C> map;
+        std::map<std::wstring, int> model;
+        for (int step = 0; step < 500; ++step) {
+            const std::wstring text = TextNearAHint(random);
+            const SString key{ std::wstring_view(text) };
+            if (random() % 3)
+                ASSERT_EQ(model.insert_or_assign(weight(text), step).second, map.Set(key, step)) << text;
+            else
+                ASSERT_EQ(model.erase(weight(text)) != 0, map.Remove(key)) << text;
         }
-        const SString a{ std::wstring_view(texts[0]) }, b{ std::wstring_view(texts[1]) };
-        const bool isPlain = texts[0].find(L'\0') == texts[0].npos;
-        for (std::wstring& text : texts) {
-            if (text[0] == L'\0')
-                text.clear(); // as the copy is that a map keeps
+        ASSERT_EQ("", map.Broken());
+        const CheckedMap<SString, int, C> copy(map);
+        auto expected = model.begin();
+        ASSERT_EQ(static_cast<int>(model.size()), copy.Count());
+        for (const auto& [key, value] : copy)
+            ASSERT_EQ(expected++->second, value) << key;
+        for (int step = 0; step < 500; ++step) {
+            const std::wstring text = TextNearAHint(random);
+            const auto found = model.find(weight(text));
+            const int* const ours = copy.Find(SString{ std::wstring_view(text) });
+            ASSERT_EQ(found != model.end(), ours != nullptr) << text;
+            ASSERT_EQ(found != model.end() ? found->second : 0, ours ? *ours : 0) << text;
+            ASSERT_EQ(ours != nullptr, copy.EngineFinds(SString{ std::wstring_view(text) }));
+            if (text.find(L'\0') == text.npos) {
+                ASSERT_EQ(ours, copy.Find(guarded.AtEnd(text.c_str(), text.size() + 1, 0))) << text;
+            }
         }
-        const int order = sign(texts[0].compare(texts[1]));
-        ASSERT_EQ(order, sign(SAsc<SString>::Compare(a, b))) << a << b;
-        if (isPlain) {
-            ASSERT_EQ(order, sign(SAsc<SString>::Compare(STextProbe(texts[0].c_str()), b))) << a << b;
-        }
+        EXPECT_EQ(copy.Find(L""), copy.Find(nullptr));
     }
-    EXPECT_EQ(0, SAsc<SString>::Compare(STextProbe(nullptr), SString()));
-    EXPECT_GT(0, SAsc<SString>::Compare(STextProbe(nullptr), SString(L"a")));
+}
+
+} // namespace
+
+TEST(Map, OrdersStringKeysByUnitAndIgnoringCase)
+{
+    ExpectOrder<SAsc<SString>>([](std::wstring text) { return text; });
+    ExpectOrder<SAscNoCase>([](std::wstring text) {
+        for (wchar_t& c : text)
+            c = SUpperChar(c);
+        return text;
+    });
 }
 
 // Such a key was sorted by its own text and became an empty one when it was stored: out of order, and one of several.

@@ -21,6 +21,7 @@
 #include "filecodes.h"
 #include "gradient.h"
 #include "hierarchy.h"
+#include "mapkey.h"
 #include "modalst.h"
 #include "modstate.h"
 #include "narrow.h"

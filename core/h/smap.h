@@ -13,112 +13,20 @@
 // Value    copying copies every pair, in linear time; moving and swapping cost nothing.
 // Threads  one map belongs to one thread at a time; reading on several is safe while none writes.
 // Failure  what must add an entry throws SEOutOfMemory, or what copying a key or value throws, and leaves the map as it was.
-// Cost     16 bytes an entry beside the pair, from a pool; finding, adding and removing are logarithmic. Pairs never move:
-//          pointers and iterators to a pair stay good until that pair is removed.
+// Cost     16 bytes an entry beside the pair, from a pool, and 16 more where the keys are strings; finding, adding and removing
+//          are logarithmic. Pairs never move: pointers and iterators to a pair stay good until that pair is removed.
 #ifndef SMAP_H
 #define SMAP_H
 
+#include "mapkey.h"
 #include "stree.h"
-#include "strclss.h"
 
 #include <atomic>
-#include <cstring>
 #include <initializer_list>
 #include <iterator>
 #include <new>
 #include <type_traits>
 #include <utility>
-
-/// Rising order. A comparator of a map has a static Compare(a, b) that answers negative, 0 or positive. One that can also
-/// look for something else names that type Other, a type Probe that a search makes of it once, and has a
-/// Compare(const Probe&, key).
-template <class K>
-struct SAsc {
-    static int Compare(const K& a, const K& b)
-    {
-        if constexpr (std::is_scalar_v<K>)
-            return a == b ? 0 : a < b ? -1 : 1;
-        else
-            return a < b ? -1 : b < a ? 1 : 0;
-    }
-};
-
-/// Order of two texts by code unit. The first units are compared in line, four at a time and without a branch among them, which
-/// a search could not predict: they tell most keys apart at a third of the cost of asking the library.
-// Of a literal key the compiler knows the size, but not that its length is asked.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Warray-bounds"
-inline int SCompareKeyTexts(const wchar_t* a, size_t aLength, const wchar_t* b, size_t bLength)
-{
-    constexpr size_t kInLine = 8, kStep = 4;
-    const size_t common = aLength < bLength ? aLength : bLength;
-    size_t i = 0;
-    for (; i < kInLine && i + kStep <= common; i += kStep) {
-        UINT32 x[2], y[2];
-        std::memcpy(x, a + i, sizeof x);
-        std::memcpy(y, b + i, sizeof y);
-        const UINT32 first = x[0] ^ y[0], second = x[1] ^ y[1];
-        if ((first | second) == 0)
-            continue;
-        // Which pair decides, as a mask. The first of its two units is the low half and must weigh more.
-        const UINT32 isSecond = static_cast<UINT32>(first != 0) - 1;
-        const UINT32 left = x[0] ^ ((x[0] ^ x[1]) & isSecond), right = y[0] ^ ((y[0] ^ y[1]) & isSecond);
-        return (left << 16 | left >> 16) < (right << 16 | right >> 16) ? -1 : 1;
-    }
-    return SSafeMemCmp(a + i, aLength - i, b + i, bLength - i);
-}
-#pragma GCC diagnostic pop
-
-/// A plain text on its way through a search, measured once. Null is the empty text.
-struct STextProbe {
-    explicit STextProbe(const wchar_t* plain) : text(plain), length(SSafeStrLen(plain)) {}
-
-    const wchar_t* text;
-    size_t length;
-};
-
-/// The characters of a key as a map keeps it: a copy of a string that begins with a NUL is empty, so such a key is looked
-/// for as the empty one that it becomes.
-inline size_t SKeyLength(const SString& key)
-{
-    return *static_cast<const wchar_t*>(key) == L'\0' ? 0 : static_cast<size_t>(key.Length());
-}
-
-/// Strings by code unit; a plain text is looked for without being made a string.
-template <>
-struct SAsc<SString> {
-    typedef const wchar_t* Other;
-    typedef STextProbe Probe;
-    static int Compare(const SString& a, const SString& b)
-    {
-        const wchar_t* const text = a;
-        // Copies share their text, so a key is often looked for by its own.
-        return text == static_cast<const wchar_t*>(b)
-                   ? 0
-                   : SCompareKeyTexts(text, SKeyLength(a), b, SKeyLength(b));
-    }
-    // With lengths, since a key may hold a NUL: to SSafeStrCmp it would end there and equal a shorter one.
-    static int Compare(const STextProbe& a, const SString& b)
-    {
-        return SCompareKeyTexts(a.text, a.length, b, SKeyLength(b));
-    }
-};
-
-/// Strings ignoring case.
-struct SAscNoCase {
-    typedef const wchar_t* Other;
-    typedef STextProbe Probe;
-    static int Compare(const SString& a, const SString& b)
-    {
-        const wchar_t* const text = a;
-        return text == static_cast<const wchar_t*>(b) ? 0
-                                                      : SSafeMemICmp(text, SKeyLength(a), b, SKeyLength(b));
-    }
-    static int Compare(const STextProbe& a, const SString& b)
-    {
-        return SSafeMemICmp(a.text, a.length, b, SKeyLength(b));
-    }
-};
 
 /// What a map keeps of a key and its value.
 template <class K, class V>
@@ -143,6 +51,12 @@ struct OtherOf<C, std::void_t<typename C::Other>> {
     typedef typename C::Other Type;
     typedef typename C::Probe Probe;
 };
+
+/// Whether a comparator has hints.
+template <class C, class = void>
+constexpr bool kHasHints = false;
+template <class C>
+constexpr bool kHasHints<C, std::void_t<typename C::Hint>> = true;
 
 } // namespace SMapDetail
 
@@ -254,32 +168,39 @@ protected:
     template <class Q>
     Entry* Search(const Q& key) const
     {
-        Entry* entry = Root();
-        while (entry) {
-            const int order = C::Compare(key, PairOf(entry).key);
-            if (order == 0)
-                break;
-            entry = entry->Child(order > 0);
-        }
-        return entry;
+        Place place;
+        return Search(key, place);
     }
 
     /// Same, and where the key belongs when it is not there.
-    Entry* Search(const K& key, Place& place) const
+    template <class Q>
+    Entry* Search(const Q& key, Place& place) const
     {
-        Entry* entry = Root();
-        Entry* parent = nullptr;
-        Entry* const* link = nullptr;
-        while (entry) {
-            const int order = C::Compare(key, PairOf(entry).key);
-            if (order == 0)
-                break;
-            parent = entry;
-            link = entry->ChildLink(order > 0);
-            entry = *link;
+        place = { nullptr, false };
+        if constexpr (kHasHints) {
+            const STextHint hint = C::HintOf(key);
+            for (Entry* entry = Root();; entry = entry->Child(place.right)) {
+                entry = Descend(entry, hint, place);
+                const int order = entry ? C::Compare(key, PairOf(entry).key) : 0;
+                if (order == 0)
+                    return entry;
+                place = { entry, order > 0 };
+            }
+        } else {
+            Entry* entry = Root();
+            Entry* parent = nullptr;
+            Entry* const* link = nullptr;
+            while (entry) {
+                const int order = C::Compare(key, PairOf(entry).key);
+                if (order == 0)
+                    break;
+                parent = entry;
+                link = entry->ChildLink(order > 0);
+                entry = *link;
+            }
+            place = { parent, parent && link != parent->ChildLink(false) };
+            return entry;
         }
-        place = { parent, parent && link != parent->ChildLink(false) };
-        return entry;
     }
 
     /// Adds an entry at the place that a search gave.
@@ -294,6 +215,7 @@ protected:
             FreeEntry(entry);
             throw;
         }
+        SetHint(entry);
         LinkEntry(entry, place);
         return entry;
     }
@@ -309,8 +231,10 @@ protected:
     void CopyPayload([[maybe_unused]] void* payload, [[maybe_unused]] const void* value) override
     {
         // Who copies a map of values that cannot be copied is stopped by SMap's own copying.
-        if constexpr (std::is_copy_constructible_v<P>)
+        if constexpr (std::is_copy_constructible_v<P>) {
             ::new (payload) P(*static_cast<const P*>(value));
+            SetHint(EntryOf(payload));
+        }
     }
     int CompareKeys(Key a, Key b) const override
     {
@@ -322,14 +246,26 @@ protected:
     }
 
 private:
+    using __STree::GetVoid; // leaves an entry without its hint
+
+    static constexpr bool kHasHints = SMapDetail::kHasHints<C>;
+
+    static void SetHint([[maybe_unused]] Entry* entry) noexcept
+    {
+        if constexpr (kHasHints)
+            ::new (reinterpret_cast<STextHint*>(entry) - 1) STextHint(C::HintOf(PairOf(entry).key));
+    }
+
     // Blocks of a pool stand 4 bytes behind a multiple of 8 where a pointer has 4; what wants 8 is moved on by that. A
     // function, because a value may hold a map of its own kind and is not complete while this class is.
-    static constexpr unsigned Lead()
+    static constexpr unsigned Gap()
     {
         static_assert(alignof(P) <= 8,
                       "a pair in a map is aligned to 8 bytes at most: keep it behind a pointer");
         return alignof(P) > sizeof(void*) ? 4 : 0;
     }
+    // From the beginning of a block to the entry.
+    static constexpr unsigned Lead() { return Gap() + (kHasHints ? sizeof(STextHint) : 0); }
 
     // The pool of the process for entries of this size, remembered in each module that uses the map: an entry may be made
     // by the code of one and freed by that of another.
@@ -338,7 +274,7 @@ private:
         static std::atomic<SFixedAlloc*> s_pool{ nullptr };
         SFixedAlloc* pool = s_pool.load(std::memory_order_relaxed);
         if (S_UNLIKELY(!pool)) {
-            pool = SEntryPool(sizeof(Entry) + sizeof(P) + 2 * Lead());
+            pool = SEntryPool(Lead() + sizeof(Entry) + sizeof(P) + Gap());
             s_pool.store(pool, std::memory_order_relaxed);
         }
         return pool;

@@ -22,6 +22,8 @@
 
 #include <cstddef>
 
+struct STextHint; // mapkey.h
+
 class CVCORE_API __STree {
 public:
     /// How many entries there are.
@@ -96,6 +98,10 @@ protected:
     void Abandon(Entry* entry);
     /// The entry of a payload that GetVoid gave.
     static Entry* EntryOf(void* payload) { return static_cast<Entry*>(payload) - 1; }
+
+    /// For a container that keeps an STextHint right in front of each entry: goes down from `entry` as the hints tell, to the
+    /// first entry whose hint equals this one, or to null. `place` becomes where it went last; where it went nowhere it stays.
+    static Entry* Descend(Entry* entry, const STextHint& hint, Place& place);
 
     /// Makes an entry below `parent`, its links cleared, not linked yet. Throws SEOutOfMemory.
     Entry* BuyEntry(Entry* parent, _Redbl color);

@@ -10,7 +10,7 @@
 // Threads  one map belongs to one thread at a time.
 // Failure  what must add an entry throws SEOutOfMemory and leaves the map as it was (AddFromList: with the pairs that were
 //          added before).
-// Cost     24 bytes an entry and its two texts, 4 more in the unsorted ones, where removing is linear.
+// Cost     40 bytes an entry and its two texts, 4 more in the unsorted ones, where removing is linear.
 //
 // The one-line form holds "key=value" items between separators. An escape character takes the meaning from the character
 // after it; it is written in front of itself, of separators and of the "=" inside a key or value.

@@ -17,7 +17,7 @@ struct ByName {
     static int Compare(const SString& a, const SString& b) { return SAsc<SString>::Compare(a, b); }
     static int Compare(const Probe& a, const SString& b)
     {
-        return SCompareKeyTexts(a.data(), a.size(), b, static_cast<size_t>(b.Length()));
+        return SSafeMemCmp(a.data(), a.size(), b, static_cast<size_t>(b.Length()));
     }
 };
 typedef SMap<SString, long, ByName> ActiveTargets;

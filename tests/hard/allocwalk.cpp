@@ -105,7 +105,8 @@ const Reason kCannot[] = {
       "SInputPushbackStream::SInputPushbackStream",
       "shares what it walks or keeps" },
     { "SFixedAlloc::* SPoolLock::* SPlex::ThrowOutOfMemory SIdleConsumerList::*", "works in its own blocks" },
-    { "SClassInfo::* SDList::* STree::* STreeItem::* __STree::Abandon __STree::DeleteFixup __STree::Get* "
+    { "SClassInfo::* SDList::* STextHint::* STree::* STreeItem::* __STree::Abandon __STree::DeleteFixup "
+      "__STree::Descend __STree::Get* "
       "__STree::LinkTo __STree::RemoveEntry __STree::Rotate* __STree::SwapPosition __STree::Turn "
       "__STree::Unlink",
       "links items that are there" },
