@@ -5,6 +5,7 @@
 #include "excdlg.h"
 #include "sexcept.h"
 #include "support/allocfail.h"
+#include "support/guardedtext.h"
 #include "support/rtffiles.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
@@ -12,9 +13,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cwchar>
 #include <initializer_list>
+#include <iterator>
 #include <random>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -73,9 +78,155 @@ SString Repeated(const wchar_t* piece, int times)
     return SString(std::wstring_view(all));
 }
 
+// ---- The rules of rtftext.h, a character at a time ----
+
+bool IsWhite(wchar_t c)
+{
+    return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n';
+}
+
+struct PlainTag {
+    size_t start, end;
+    bool isControl;
+};
+
+/// The tag behind the white space at `at`. NULs are characters like others.
+PlainTag PlainTagAt(const std::wstring& text, size_t at)
+{
+    const auto unit = [&](size_t i) { return i < text.size() ? text[i] : L'\0'; };
+    const auto isEscape = [&](size_t i) {
+        return unit(i + 1) == L'\'' || (unit(i + 1) == L'u' && unit(i + 2) >= L'0' && unit(i + 2) <= L'9');
+    };
+    while (IsWhite(unit(at)))
+        ++at;
+    size_t end = at + 1;
+    if (at >= text.size())
+        return { at, at, false };
+    if (text[at] == L'{' || text[at] == L'}')
+        return { at, end, false };
+    if (text[at] == L'\\' && unit(at + 1) == L'\\')
+        return { at, at + 2, false };
+    if (text[at] == L'\\' && !isEscape(at)) {
+        for (; end < text.size() && !wcschr(L"\\{}\r\n \t", text[end] ? text[end] : L'x'); ++end) {}
+        const bool hasBlank = unit(end) == L' ' || unit(end) == L'\t';
+        return { at, end + hasBlank, true };
+    }
+    while (end < text.size() && text[end] != L'{' && text[end] != L'}' &&
+           (text[end] != L'\\' || isEscape(end)))
+        ++end;
+    return { at, end, false };
+}
+
+std::wstring PlainTags(const std::wstring& text)
+{
+    std::wstring all;
+    for (PlainTag tag = PlainTagAt(text, 0); tag.end != tag.start; tag = PlainTagAt(text, tag.end))
+        all.append(text, tag.start, tag.end - tag.start).append(L"|");
+    return all;
+}
+
+/// A control word with its new number, by the first row whose prefix fits.
+std::wstring PlainChanged(const std::wstring& tag, const SRtfNumberMap& fonts, const SRtfNumberMap& colors,
+                          const SRtfNumberMap& styles)
+{
+    const struct {
+        const wchar_t* prefix;
+        const SRtfNumberMap& map;
+        bool zero;
+    } kRules[] = {
+        { L"\\f", fonts, true },    { L"\\af", fonts, true },          { L"\\cf", colors, false },
+        { L"\\cb", colors, false }, { L"\\highlight", colors, false }, { L"\\s", styles, true },
+        { L"\\cs", styles, true },  { L"\\ds", styles, true },         { L"\\ts", styles, true },
+    };
+    for (const auto& rule : kRules) {
+        const std::wstring prefix = rule.prefix;
+        if (tag.size() <= prefix.size() || tag.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        const std::wstring rest = tag.substr(prefix.size());
+        const std::wstring number = rest.substr(0, rest.find_last_not_of(L" \t") + 1);
+        if (!SString(std::wstring_view(number)).IsNumber())
+            return tag;
+        const long value = SString(std::wstring_view(number)).ToLONG();
+        const int* const mapped = rule.map.Find(static_cast<int>(value));
+        if (!mapped || (value == 0 && !rule.zero))
+            return tag;
+        const size_t sign = number[0] == L'-' || number[0] == L'+';
+        const size_t digits = std::min(number.find_first_not_of(L"0123456789", sign), number.size());
+        return prefix + std::to_wstring(*mapped) + rest.substr(digits);
+    }
+    return tag;
+}
+
+/// A text of pieces that meet the rules at their edges, up to `most` units.
+std::wstring RandomRtf(std::mt19937& random, size_t most)
+{
+    const std::wstring_view kPieces[] = {
+        L"{",
+        L"}",
+        L"\\",
+        L"\\\\",
+        L"\\'e9",
+        L"\\u233?",
+        L"\\f",
+        L"\\s",
+        L"\\cf",
+        L"\\af",
+        L"\\highlight",
+        L"\\ds",
+        L"\\fs24",
+        L"\\par",
+        L"\\pard",
+        L"\\u",
+        L"0",
+        L"7",
+        L"31",
+        L"32",
+        L"123456789",
+        L"12345678901",
+        L"-1",
+        L"+2",
+        L"x",
+        L"text",
+        L"longer text of words",
+        L" ",
+        L"\t",
+        L"\r\n",
+        L"  \n ",
+        L"\x2028",
+        L"\xFF5C\xFF7B",
+        L"\x5C00\x7B00\x7D00",
+        L"\x01\x1F",
+        std::wstring_view(L"\0", 1),
+    };
+    std::wstring text;
+    const size_t length = random() % (most + 1), kinds = 1 + random() % std::size(kPieces);
+    const size_t first = random() % std::size(kPieces);
+    while (text.size() < length)
+        text += kPieces[(first + random() % kinds) % std::size(kPieces)];
+    text.resize(length);
+    return text;
+}
+
 } // namespace
 
 // ---- Tags ----
+
+TEST(RtfTags, AreThoseOfALoopOverTheirCharacters)
+{
+    std::mt19937 random(TestSeed());
+    GuardedText guarded;
+    for (int i = 0; i < Cases(20000, kMillion); ++i) {
+        std::wstring text = RandomRtf(random, 200);
+        text.resize(std::min(text.find(L'\0'), text.size()));
+        // The NUL is the last thing that may be read.
+        const wchar_t* at = guarded.AtEnd(text.c_str(), text.size() + 1, random() % 64);
+        const wchar_t* start;
+        std::wstring tags;
+        for (long length; SRtfText::GetNextTag(&start, &length, at, 0); at = start + length)
+            tags.append(start, static_cast<size_t>(length)).append(L"|");
+        ASSERT_EQ(PlainTags(text), tags) << testing::PrintToString(text);
+    }
+}
 
 TEST(RtfTags, AreCutByTheirFirstCharacters)
 {
@@ -436,6 +587,30 @@ TEST(RtfNumbers, AreChangedWhereTheirMapHasThem)
         SString same(c.body);
         SRtfText::ChangeFontAndColor(same, same, fonts, colors, styles);
         EXPECT_EQ(out, same) << "in place";
+    }
+}
+
+TEST(RtfNumbers, AreChangedAsTagByTag)
+{
+    std::mt19937 random(TestSeed());
+    const SRtfNumberMap fonts =
+        Numbers({ { 0, 5 }, { 7, 12 }, { 31, -4 }, { 32, 0 }, { -1, 7 }, { 123456789, 1 } });
+    const SRtfNumberMap colors = Numbers({ { 0, 9 }, { 2, 1 }, { 7, 1234567890 }, { 3, 3 } });
+    const SRtfNumberMap styles = Numbers({ { 0, 3 }, { 7, 10 }, { 31, 31 } });
+    for (int i = 0; i < Cases(20000, kMillion); ++i) {
+        // Now and then longer than what is looked through at once.
+        std::wstring body = RandomRtf(random, i % 64 ? 300 : 5000);
+        if (!body.empty() && body[0] == L'\0')
+            body[0] = L'x'; // a string that begins with a NUL is copied as an empty one
+        std::wstring expected;
+        for (PlainTag tag = PlainTagAt(body, 0); tag.end != tag.start; tag = PlainTagAt(body, tag.end)) {
+            const std::wstring text = body.substr(tag.start, tag.end - tag.start);
+            expected += tag.isControl ? PlainChanged(text, fonts, colors, styles) : text;
+        }
+        SString out;
+        ASSERT_EQ(1,
+                  SRtfText::ChangeFontAndColor(out, SString(std::wstring_view(body)), fonts, colors, styles));
+        ASSERT_EQ(expected, std::wstring(std::wstring_view(out))) << testing::PrintToString(body);
     }
 }
 

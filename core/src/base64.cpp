@@ -3,26 +3,10 @@
 
 #include "base64kern.h"
 #include "bloblock.h"
+#include "madetext.h"
 #include "sexcept.h"
 
 namespace {
-
-// A text whose characters are all written by the one who makes it. None of them is a NUL, so it need not be measured afterwards
-// as a locked buffer is.
-class MadeText : public SString {
-public:
-    wchar_t* Make(int length)
-    {
-        if (Capacity() < length)
-            Empty(); // given back first: there need not be memory for both
-        AllocBeforeWrite(length);
-        SStringData* const data = GetData();
-        data->refs = 1;
-        data->length = length;
-        data->Text()[length] = L'\0';
-        return data->Text();
-    }
-};
 
 long Encode(const void* bytes, unsigned long count, SString& text)
 {

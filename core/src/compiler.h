@@ -5,6 +5,8 @@
 
 #include "cvbase.h"
 
+#include <cstddef>
+
 /// A function that the system calls: its stack may be aligned to four bytes only.
 #define S_SYSTEM_CALLS __attribute__((force_align_arg_pointer))
 
@@ -31,6 +33,13 @@ inline bool OffersSsse3()
 {
     __builtin_cpu_init();
     return __builtin_cpu_supports("ssse3") != 0;
+}
+
+/// The same number, which the compiler must not replace by a way to work it out.
+inline size_t NotCounted(size_t number)
+{
+    __asm__("" : "+r"(number));
+    return number;
 }
 
 /// Number of the lowest and of the highest bit that is set; `bits` must not be 0.

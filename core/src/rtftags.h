@@ -44,6 +44,11 @@ struct ToNul {
     {
         return Find<Ends>(at);
     }
+    template <class Ends>
+    size_t DistanceNear(const wchar_t* at) const
+    {
+        return RtfTags::DistanceNear<Ends>(at);
+    }
 };
 
 /// A text of known length, NULs and all. It is followed by a NUL or, where it is a part of a text, by more of that.
@@ -54,6 +59,11 @@ struct ToPosition {
     const wchar_t* FindFirst(const wchar_t* at) const
     {
         return FindBefore<Ends>(at, end);
+    }
+    template <class Ends>
+    size_t DistanceNear(const wchar_t* at) const
+    {
+        return static_cast<size_t>(FindBefore<Ends>(at, end) - at);
     }
 
     const wchar_t* end;
@@ -130,31 +140,39 @@ inline const wchar_t* EndOfText(const wchar_t* at, Text text)
     }
 }
 
+/// How long the control word is whose backslash stands at `at`.
 template <class Text>
-inline const wchar_t* EndOfControl(const wchar_t* at, Text text)
+inline ptrdiff_t ControlLength(const wchar_t* at, Text text)
 {
-    at = text.template FindFirst<ControlEnds>(at);
+    const size_t length = 1 + text.template DistanceNear<ControlEnds>(at + 1);
+    const wchar_t c = text.UnitAt(at + length);
+    return static_cast<ptrdiff_t>(c == L' ' || c == L'\t' ? length + 1 : length);
+}
+
+/// How long the tag is that begins at `at`. As a number, not as a place: where the next tag begins then is known, or foreseen,
+/// without working out where this one ends.
+template <class Text>
+inline ptrdiff_t TagLength(const wchar_t* at, Text text, Group group)
+{
     const wchar_t c = text.UnitAt(at);
-    return c == L' ' || c == L'\t' ? at + 1 : at;
+    if (c == L'\\') {
+        if (text.UnitAt(at + 1) == L'\\')
+            return 2;
+        return IsEscape(at, text) ? EndOfText(at + 1, text) - at : ControlLength(at, text);
+    }
+    if (c == L'}' || (c == L'{' && group == kBrace))
+        return 1;
+    if (c == L'{')
+        return EndOfGroup(at, text) - at;
+    return text.IsEnd(at) ? 0 : EndOfText(at, text) - at;
 }
 
 template <class Text>
 inline Tag TagAt(const wchar_t* at, Text text, Group group)
 {
-    wchar_t c = text.UnitAt(at);
-    for (; IsSpace(c); c = text.UnitAt(at))
+    while (IsSpace(text.UnitAt(at)))
         ++at;
-    if (c == L'\\') {
-        const wchar_t second = text.UnitAt(at + 1);
-        if (second == L'\\')
-            return { at, at + 2 };
-        return { at, IsEscape(at, text) ? EndOfText(at + 1, text) : EndOfControl(at + 1, text) };
-    }
-    if (c == L'}' || (c == L'{' && group == kBrace))
-        return { at, at + 1 };
-    if (c == L'{')
-        return { at, EndOfGroup(at, text) };
-    return { at, text.IsEnd(at) ? at : EndOfText(at, text) };
+    return { at, at + TagLength(at, text, group) };
 }
 
 } // namespace RtfTags

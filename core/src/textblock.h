@@ -51,9 +51,9 @@ S_READS_BEYOND inline Block LoadAligned(const wchar_t* text)
 /// A block that may reach beyond the text's end, which costs nothing as long as it stays on the page of its first unit.
 /// Not for tools that know where the text's memory ends.
 constexpr size_t kPageBytes = 4096;
-inline bool IsBlockInOnePage(const wchar_t* text)
+inline bool IsBlockInOnePage(const wchar_t* text, size_t blocks = 1)
 {
-    return Address(text) % kPageBytes <= kPageBytes - kBlockBytes;
+    return Address(text) % kPageBytes <= kPageBytes - blocks * kBlockBytes;
 }
 S_READS_BEYOND inline Block LoadInOnePage(const wchar_t* text)
 {
