@@ -77,17 +77,25 @@ const char kReallocSignature[] = "int SBlob::Realloc(long unsigned int)";
 const char kLockSignature[] = "void* SBlob::Lock()";
 const char kAttachSignature[] = "int SBlob::Attach(void*, long unsigned int)";
 
+// Where those wait who find a block's lock taken. One queue does for all blocks: a section of the system in each would cost
+// the system's memory and more time than all else of a blob that is not its bytes. Never ended, as the pool.
+CRITICAL_SECTION& Queue() noexcept
+{
+    struct Section : CRITICAL_SECTION {
+        Section() noexcept { ::InitializeCriticalSection(this); }
+    };
+    alignas(Section) static unsigned char room[sizeof(Section)];
+    static Section& queue = *new (room) Section;
+    return queue;
+}
+
 class Guard {
 public:
-    Guard() noexcept { ::InitializeCriticalSection(&m_section); }
-    ~Guard() { ::DeleteCriticalSection(&m_section); }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-    void Enter() noexcept { ::EnterCriticalSection(&m_section); }
-    void Leave() noexcept { ::LeaveCriticalSection(&m_section); }
+    void Enter() noexcept { m_lock.Enter(Queue()); }
+    void Leave() noexcept { m_lock.Leave(); }
 
 private:
-    CRITICAL_SECTION m_section;
+    SPoolLock m_lock;
 };
 
 constexpr unsigned long kBlockBytes = S_TARGET_32BIT ? 36 : 64, kBlocksPerChunk = 32;
@@ -137,7 +145,7 @@ struct SBlob::Data {
 
 SBlob::Data* SBlob::NullData() noexcept
 {
-    static_assert(sizeof(Data) == kBlockBytes, "size, memory, references, lock");
+    static_assert(sizeof(Data) <= kBlockBytes, "size, memory, references, lock");
     // Its one reference of its own keeps it from ever being released; static memory, so it cannot be missing.
     alignas(Data) static unsigned char room[sizeof(Data)];
     static Data* const data = new (room) Data;
