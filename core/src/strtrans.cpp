@@ -2,6 +2,7 @@
 #include "strtrans.h"
 
 #include "copytext.h"
+#include "madetext.h"
 #include "sexcept.h"
 #include "textkern.h"
 
@@ -12,6 +13,9 @@ namespace {
 
 typedef SStringTranslator::OPTIONS OPTIONS;
 
+// Up to here the pools of strings double by themselves.
+constexpr int kSmall = 2048;
+
 // Appending grows a string by a fixed step, which makes many small pieces quadratic; doubling keeps them linear.
 void AppendGrowing(SString& out, const wchar_t* text, size_t length)
 {
@@ -19,12 +23,24 @@ void AppendGrowing(SString& out, const wchar_t* text, size_t length)
     if (length > static_cast<size_t>(SString::kMaxLength - before))
         throw SEOutOfMemory(S_HERE);
     const int needed = before + static_cast<int>(length);
-    constexpr int kSmall = 2048; // up to here the pools double by themselves
     if (needed > out.Capacity() && needed > kSmall && before > 0) {
         out.LockTchar(needed > SString::kMaxLength / 2 ? SString::kMaxLength : 2 * needed);
         out.UnlockTchar(before);
     }
     out.Append(text, static_cast<int>(length));
+}
+
+// Room for the rest of a template and an eighth more; values mostly take about as much as their references. Each step on the way
+// there would move what is done into fresh memory.
+void GiveRoom(SString& result, const wchar_t* rest)
+{
+    const int before = result.Length(), most = SString::kMaxLength / 2 - before;
+    const int length = static_cast<int>(TextKern::Length(rest, static_cast<size_t>(std::max(most, 0))));
+    const int needed = before + length + length / 8;
+    if (needed > kSmall && needed > result.Capacity()) {
+        result.LockTchar(needed);
+        result.UnlockTchar(before);
+    }
 }
 
 const struct {
@@ -85,17 +101,6 @@ void DoubleQuotes(SString& value, unsigned long flags)
     value.ReplaceAll(L"'", L"''");
 }
 
-// Keeps a buffer that nobody else has.
-void Assign(SString& text, const wchar_t* from, int length)
-{
-    if (length == 0) {
-        text.Empty();
-        return;
-    }
-    TextKern::CopyText(text.LockTchar(length), from, static_cast<size_t>(length));
-    text.UnlockTchar(length);
-}
-
 bool IsPlain(const OPTIONS& options)
 {
     return options.flags == 0 && options.width == 0 && options.precision == 0;
@@ -137,7 +142,7 @@ void SStringTranslator::CopyText(SString& out, const wchar_t* from, const wchar_
 
 void SStringTranslator::AppendText(SString& out, const wchar_t* text)
 {
-    AppendGrowing(out, text, std::wcslen(text));
+    AppendGrowing(out, text, TextKern::Length(text, static_cast<size_t>(-1)));
 }
 
 // ---- Finding ----
@@ -180,6 +185,7 @@ const wchar_t* SStringTranslator::FindVariableEnd(const wchar_t* text) const
 SString SStringTranslator::Translate(const wchar_t* text, int& status, long id)
 {
     SString result;
+    bool hasRoom = false;
     const wchar_t* at = text ? text : L"";
     while (*at != L'\0') {
         const wchar_t* const start = FindVariableStart(at);
@@ -196,6 +202,10 @@ SString SStringTranslator::Translate(const wchar_t* text, int& status, long id)
         if (!end)
             break;
         CopyText(result, at, start);
+        if (!hasRoom && !result.IsEmpty()) {
+            GiveRoom(result, start);
+            hasRoom = true;
+        }
         status = ReplaceVariable(variable, end, result, status, id);
         if (status == kAbandon)
             return SString();
@@ -211,9 +221,13 @@ int SStringTranslator::ReplaceVariable(const wchar_t* start, const wchar_t* end,
     OPTIONS options;
     const wchar_t* const nameStart = GetOptions(&options, start, end);
     // The last variable's buffer once more. Taken out meanwhile: a look-up may translate, too.
-    SString name;
+    MadeText name;
     name.swap(m_name);
-    Assign(name, nameStart, static_cast<int>(end - nameStart));
+    if (nameStart == end)
+        name.Empty();
+    else
+        TextKern::CopyText(name.Make(static_cast<int>(end - nameStart)), nameStart,
+                           static_cast<size_t>(end - nameStart));
     SString value;
     int missing = 0;
     const int found = LookupVariable(name, options, id, &value, &missing);
