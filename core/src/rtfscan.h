@@ -85,9 +85,10 @@ inline const wchar_t* Find(const wchar_t* at)
     }
 }
 
-/// The same for what ends a text: runs are longer than words.
-template <>
-inline const wchar_t* Find<TextEnds>(const wchar_t* at)
+/// The first brace, backslash or NUL from `at` on that `isEnd` takes for the end; there must be one. Goes on from those that it
+/// does not take with the block that they stand in.
+template <class IsEnd>
+inline const wchar_t* FindTextEnd(const wchar_t* at, IsEnd isEnd)
 {
     using namespace TextKern;
     for (;; at += kByteUnits) {
@@ -96,16 +97,22 @@ inline const wchar_t* Find<TextEnds>(const wchar_t* at)
             unsigned ends = Lanes(Either(MarkBytes(bytes), EqualBytes(bytes, '\0')));
             for (; S_UNLIKELY(ends != 0); ends &= ends - 1) {
                 const wchar_t* const found = at + LowestBit(ends);
-                if (S_LIKELY(TextEnds::Has(*found)))
+                if (S_LIKELY(TextEnds::Has(*found) && isEnd(found)))
                     return found;
             }
             continue;
         }
         for (size_t i = 0; i < kByteUnits; ++i) {
-            if (TextEnds::Has(at[i]))
+            if (TextEnds::Has(at[i]) && isEnd(at + i))
                 return at + i;
         }
     }
+}
+/// Runs of text are longer than words.
+template <>
+inline const wchar_t* Find<TextEnds>(const wchar_t* at)
+{
+    return FindTextEnd(at, [](const wchar_t*) { return true; });
 }
 
 /// The same where it is mostly near, as how far it is. That is found out by branches and not by counting, so that the processor

@@ -49,6 +49,11 @@ struct ToNul {
     {
         return RtfTags::DistanceNear<Ends>(at);
     }
+    template <class IsEnd>
+    const wchar_t* FindTextEnd(const wchar_t* at, IsEnd isEnd) const
+    {
+        return RtfTags::FindTextEnd(at, isEnd);
+    }
 };
 
 /// A text of known length, NULs and all. It is followed by a NUL or, where it is a part of a text, by more of that.
@@ -64,6 +69,15 @@ struct ToPosition {
     size_t DistanceNear(const wchar_t* at) const
     {
         return static_cast<size_t>(FindBefore<Ends>(at, end) - at);
+    }
+    template <class IsEnd>
+    const wchar_t* FindTextEnd(const wchar_t* at, IsEnd isEnd) const
+    {
+        if (at >= end)
+            return end;
+        const wchar_t* const found = RtfTags::FindTextEnd(
+            at, [&](const wchar_t* place) { return place >= end || (*place != L'\0' && isEnd(place)); });
+        return found < end ? found : end;
     }
 
     const wchar_t* end;
@@ -133,11 +147,8 @@ inline const wchar_t* EndOfGroup(const wchar_t* at, Text text)
 template <class Text>
 inline const wchar_t* EndOfText(const wchar_t* at, Text text)
 {
-    for (;; ++at) {
-        at = text.template FindFirst<TextEnds>(at);
-        if (text.UnitAt(at) != L'\\' || !IsEscape(at, text))
-            return at;
-    }
+    return text.FindTextEnd(at,
+                            [&](const wchar_t* place) { return *place != L'\\' || !IsEscape(place, text); });
 }
 
 /// How long the control word is whose backslash stands at `at`.
