@@ -4,6 +4,7 @@
 #include "rtftext.h"
 #include "sexcept.h"
 #include "support/allocfail.h"
+#include "support/importpatch.h"
 #include "support/rtffiles.h"
 #include "support/seed.h"
 #include "support/stringhelp.h"
@@ -246,6 +247,82 @@ TEST(RtfMerge, ReadsTablesAsRealDocumentsHaveThem)
     merger.Clear();
     EXPECT_EQ(0, merger.Count());
     EXPECT_TRUE(merger.GetDocument().IsEmpty());
+}
+
+// ---- Code pages ----
+
+TEST(RtfMerge, ReadsEachByteAsTheSystemDoes)
+{
+    // Charset, its page; 65001 and a page that there is not come from the document's own word.
+    static constexpr struct {
+        int charset;
+        UINT page;
+    } kPages[] = {
+        { 0, 1252 },   { 77, 10000 }, { 128, 932 },  { 129, 949 },  { 134, 936 },
+        { 136, 950 },  { 161, 1253 }, { 162, 1254 }, { 163, 1258 }, { 177, 1255 },
+        { 178, 1256 }, { 186, 1257 }, { 204, 1251 }, { 222, 874 },  { 238, 1250 },
+        { 1, 65001 },  { 1, 54936 },  { 1, 65000 },  { 1, 7777 },
+    };
+    for (const auto& c : kPages) {
+        SString escapes, wanted(L" ");
+        for (int value = 0x80; value < 0x100; ++value) {
+            if (::IsDBCSLeadByteEx(c.page, static_cast<BYTE>(value)))
+                continue;
+            const char byte = static_cast<char>(value);
+            wchar_t character = 0;
+            const int made = ::MultiByteToWideChar(c.page, MB_ERR_INVALID_CHARS, &byte, 1, &character, 1);
+            const SString escape = SString().Format(L"\\'%x", value);
+            escapes += escape;
+            wanted += made == 1 ? SString().Format(L"\\u%d?", static_cast<short>(character)) : escape;
+        }
+        const SString head = SString().Format(
+            L"{\\rtf1\\ansi\\ansicpg%u{\\fonttbl{\\f0\\fcharset%d A;}}\\f0 ", c.page, c.charset);
+        const SString merged = Merged({ SString::Concat(head, escapes, L"}") });
+        EXPECT_NE(nullptr, merged.Find(wanted)) << merged << L"\n" << wanted;
+    }
+}
+
+namespace {
+
+int g_asked;
+decltype(&::GetCPInfo) g_info;
+decltype(&::MultiByteToWideChar) g_convert;
+
+BOOL WINAPI CountedInfo(UINT page, CPINFO* info)
+{
+    ++g_asked;
+    return g_info(page, info);
+}
+int WINAPI CountedConvert(UINT page, DWORD flags, const char* text, int length, wchar_t* output, int room)
+{
+    ++g_asked;
+    return g_convert(page, flags, text, length, output, room);
+}
+
+} // namespace
+
+// For a page that it has not got the system looks for a file, each time.
+TEST(RtfMerge, AsksTheSystemSeldomAboutACodePage)
+{
+    const ImportPatch info("CVCore16.dll", nullptr, "GetCPInfo", CountedInfo);
+    const ImportPatch convert("CVCore16.dll", nullptr, "MultiByteToWideChar", CountedConvert);
+    ASSERT_TRUE(info.Found() && convert.Found());
+    g_info = info.Original<BOOL WINAPI(UINT, CPINFO*)>();
+    g_convert = convert.Original<int WINAPI(UINT, DWORD, const char*, int, wchar_t*, int)>();
+    static constexpr struct {
+        const wchar_t *page, *text;
+        int asked;
+    } kCases[] = {
+        { L"1252", L"only ASCII", 0 },
+        { L"1252", L"caf\\'e9 na\\'efve", 2 },
+        { L"7777", L"caf\\'e9 na\\'efve", 1 },
+    };
+    for (const auto& c : kCases) {
+        g_asked = 0;
+        Merged({ SString::Concat(L"{\\rtf1\\ansi\\ansicpg", c.page, L"{\\fonttbl{\\f0 Arial;}}\\f0 ", c.text,
+                                 L"}") });
+        EXPECT_EQ(c.asked, g_asked) << c.page << L": " << c.text;
+    }
 }
 
 // ---- Real documents ----

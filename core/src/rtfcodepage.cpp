@@ -3,6 +3,9 @@
 
 #include "strbuffer.h"
 
+#include <algorithm>
+#include <iterator>
+
 int RtfPageOfCharset(int charset, int documentPage)
 {
     static constexpr struct {
@@ -26,6 +29,36 @@ int RtfPageOfCharset(int charset, int documentPage)
     return documentPage;
 }
 
+// False where the system has no such page. It looks for a file to find that out, so nothing more is asked about such a one.
+bool RtfDecoder::MarkLeads(UINT page, Kind (&kinds)[256])
+{
+    CPINFO info;
+    if (!::GetCPInfo(page, &info))
+        return false;
+    const BYTE* const end = std::end(info.LeadByte);
+    for (const BYTE* range = info.LeadByte; range + 1 < end && range[0] != 0; range += 2)
+        std::fill(kinds + range[0], kinds + range[1] + 1, kLead);
+    return true;
+}
+
+namespace {
+
+// Puts the characters of single bytes where each byte has its place; those that the page has none for stay as they are. The
+// system takes about as long for a byte as for a hundred, so it is asked about all of them, and about halves where one has none.
+void DecodeSingles(UINT page, const char* bytes, int count, wchar_t (&characters)[256])
+{
+    wchar_t made[256];
+    if (::MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes, count, made, count) == count) {
+        for (int i = 0; i < count; ++i)
+            characters[static_cast<unsigned char>(bytes[i])] = made[i];
+    } else if (count > 1) {
+        DecodeSingles(page, bytes, count / 2, characters);
+        DecodeSingles(page, bytes + count / 2, count - count / 2, characters);
+    }
+}
+
+} // namespace
+
 const RtfDecoder::Page& RtfDecoder::At(int number)
 {
     if (m_last && m_last->number == number)
@@ -36,18 +69,15 @@ const RtfDecoder::Page& RtfDecoder::At(int number)
     }
     auto page = std::make_unique<Page>();
     page->number = number;
-    for (int i = 0; i < 256; ++i) {
-        const char byte = static_cast<char>(i);
-        wchar_t character = L'\0';
-        const UINT codePage = static_cast<UINT>(number);
-        const bool symbol = number < 0;
-        if (!symbol && i >= 0x80 && ::IsDBCSLeadByteEx(codePage, static_cast<BYTE>(i))) {
-            page->kinds[i] = kLead;
-        } else if (!symbol &&
-                   ::MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, &byte, 1, &character, 1) != 1) {
-            character = L'\0';
+    const UINT codePage = static_cast<UINT>(number);
+    if (number >= 0 && MarkLeads(codePage, page->kinds)) { // a font's own characters have none
+        char singles[256];
+        int count = 0;
+        for (int byte = 0; byte < 256; ++byte) {
+            if (page->kinds[byte] == kSingle)
+                singles[count++] = static_cast<char>(byte);
         }
-        page->characters[i] = character;
+        DecodeSingles(codePage, singles, count, page->characters);
     }
     m_pages.push_back(std::move(page));
     return *(m_last = m_pages.back().get());

@@ -19,8 +19,8 @@ int RtfPageOfCharset(int charset, int documentPage);
 /// Decodes bytes, and remembers the code pages that it has met.
 class RtfDecoder {
 public:
-    /// Whether a byte is the first of two.
-    bool IsLead(int page, unsigned char byte) { return At(page).kinds[byte] == kLead; }
+    /// Whether a byte is the first of two. None of ASCII is, so for those no page is looked up.
+    bool IsLead(int page, unsigned char byte) { return byte >= 0x80 && At(page).kinds[byte] == kLead; }
     /// The character; NUL when the page has none for it.
     wchar_t Decode(int page, unsigned char byte) { return At(page).characters[byte]; }
     wchar_t Decode(int page, unsigned char lead, unsigned char trail);
@@ -34,6 +34,7 @@ private:
     };
 
     const Page& At(int page);
+    static bool MarkLeads(UINT page, Kind (&kinds)[256]);
 
     std::vector<std::unique_ptr<Page>> m_pages; // a handful
     const Page* m_last = nullptr;

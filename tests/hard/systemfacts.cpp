@@ -103,10 +103,15 @@ TEST(SystemFacts, HowUnitsAreWritten)
 
 TEST(SystemFacts, WhichBytesLead)
 {
-    for (const int byte : { 0x41, 0x80, 0x81, 0x9F, 0xA0, 0xB1, 0xE0, 0xFC, 0xFD, 0xFF }) {
-        const bool leads = (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
-        EXPECT_EQ(leads, ::IsDBCSLeadByteEx(932, static_cast<BYTE>(byte)) != 0) << byte;
-        EXPECT_EQ(0, ::IsDBCSLeadByteEx(1252, static_cast<BYTE>(byte))) << byte;
+    const struct {
+        UINT page;
+        std::string ranges; // from, to, ...
+    } kCases[] = { { 932, "\x81\x9F\xE0\xFC" }, { 1252, "" }, { CP_UTF8, "" } };
+    for (const auto& c : kCases) {
+        CPINFO info;
+        ASSERT_TRUE(::GetCPInfo(c.page, &info)) << c.page;
+        const std::string leads(reinterpret_cast<const char*>(info.LeadByte), sizeof info.LeadByte);
+        EXPECT_EQ(c.ranges, leads.substr(0, leads.find('\0'))) << c.page;
     }
 }
 

@@ -255,6 +255,14 @@ int ToAnsi(wchar_t c)
     return found == std::end(kAnsiRow) ? -1 : static_cast<int>(0x80 + (found - kAnsiRow));
 }
 
+constexpr BYTE kKanaLeads[] = { 0x81, 0x9F, 0xE0, 0xFC }; // from, to, from, to
+
+bool IsLead(UINT page, BYTE byte)
+{
+    return page == 932 && ((byte >= kKanaLeads[0] && byte <= kKanaLeads[1]) ||
+                           (byte >= kKanaLeads[2] && byte <= kKanaLeads[3]));
+}
+
 constexpr unsigned kMalformed = 0x110000;
 
 // The character at the start of some bytes and how many it takes; kMalformed for a byte that begins none, and for what the end
@@ -318,7 +326,7 @@ int MultiByteToWideChar(UINT page, DWORD flags, const char* text, int length, wc
     std::wstring made;
     for (size_t at = 0, taken = 1; at < count; at += taken) {
         taken = 1;
-        if (at + 1 < count && IsDBCSLeadByteEx(page, bytes[at])) {
+        if (at + 1 < count && IsLead(page, bytes[at])) {
             // Where the kana stand; others become some character, which is enough here.
             made += static_cast<wchar_t>(0x3041 + (bytes[at] - 0x82) * 256 + bytes[at + 1] - 0x9F);
             taken = 2;
@@ -384,9 +392,12 @@ int WideCharToMultiByte(UINT page, DWORD flags, const wchar_t* text, int length,
     return Deliver(made, output, room);
 }
 
-BOOL IsDBCSLeadByteEx(UINT page, BYTE byte)
+BOOL GetCPInfo(UINT page, CPINFO* info)
 {
-    return page == 932 && ((byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC));
+    *info = CPINFO{ page == CP_UTF8 ? 4u : page == 932 ? 2u : 1u, { '?' }, {} };
+    if (page == 932)
+        std::copy(std::begin(kKanaLeads), std::end(kKanaLeads), info->LeadByte);
+    return TRUE;
 }
 
 // ---- Letters ----

@@ -168,7 +168,12 @@ int LCMapStringW(LCID, DWORD flags, const wchar_t* text, int length, wchar_t* ou
 int FoldStringW(DWORD, const wchar_t* text, int length, wchar_t* output, int room);
 BOOL GetStringTypeW(DWORD kind, const wchar_t* text, int length, WORD* types);
 /// Of 932 as the system has it; no other page has any here.
-BOOL IsDBCSLeadByteEx(UINT page, BYTE byte);
+struct CPINFO {
+    UINT MaxCharSize;
+    BYTE DefaultChar[2];
+    BYTE LeadByte[12];
+};
+BOOL GetCPInfo(UINT page, CPINFO* info);
 enum {
     ANSI_CHARSET = 0,
     SYMBOL_CHARSET = 2,
