@@ -291,6 +291,37 @@ TEST(Urls, StandForPathsInBothDirections)
 
 namespace {
 
+DWORD(WINAPI* g_attributes)(const wchar_t*);
+int g_lookUps;
+
+DWORD WINAPI CountedAttributes(const wchar_t* path)
+{
+    ++g_lookUps;
+    return g_attributes(path);
+}
+
+} // namespace
+
+TEST(Paths, AreNormalizedWithOneLookUpUnlessTheyEndLikeAFolder)
+{
+    const TempFolder folder;
+    const std::wstring file = folder.File(L"file"), none = folder.Path(L"none");
+    const ImportPatch attributes("CVCore16.dll", nullptr, "GetFileAttributesW", CountedAttributes);
+    ASSERT_TRUE(attributes.Found());
+    g_attributes = attributes.Original<DWORD WINAPI(const wchar_t*)>();
+    const struct {
+        std::wstring path;
+        int lookUps;
+    } kCases[] = { { file, 1 }, { folder.Path(), 1 }, { none, 1 }, { file + L"\\", 2 } };
+    for (const auto& c : kCases) {
+        g_lookUps = 0;
+        SFile::NormalizeFileName(Text(c.path));
+        EXPECT_EQ(c.lookUps, g_lookUps) << Text(c.path);
+    }
+}
+
+namespace {
+
 // What the system answers for every path of the test below, which it would look for on the disk.
 DWORD WINAPI NoSuchPath(const wchar_t*, wchar_t*, DWORD)
 {

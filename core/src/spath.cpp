@@ -157,7 +157,7 @@ SString SFile::NormalizeFileName(const SString& path, int)
     if (IsDirectory(result)) {
         result.TrimRight(kSeparator);
         result += kSeparator;
-    } else if (IsFile(SString(result).TrimRight(kSeparator))) {
+    } else if (EndsWith(result, kSeparator) && IsFile(SString(result).TrimRight(kSeparator))) {
         result.TrimRight(kSeparator);
     }
     return result;
