@@ -19,6 +19,16 @@ public:
     unsigned long NameCalls() const;
 };
 
+/// While one lives, and a WorkCounter, most names are not looked up on the disk: the system takes a millisecond for one that it
+/// has not got. Only in the lane that has names.
+class MadeUpDisk {
+public:
+    MadeUpDisk();
+    ~MadeUpDisk();
+    MadeUpDisk(const MadeUpDisk&) = delete;
+    MadeUpDisk& operator=(const MadeUpDisk&) = delete;
+};
+
 /// A copy of bytes behind whose end nothing can be read or written unseen.
 class Walled {
 public:

@@ -1,4 +1,5 @@
-// The lane that runs the DLL as it is shipped: allocations and look-ups are counted in its import table.
+// The lane that runs the DLL as it is shipped: allocations and look-ups are counted in its import table, which also answers
+// most look-ups.
 #include "lane.h"
 
 #include "support/faults.h"
@@ -6,6 +7,8 @@
 
 #include <windows.h>
 
+#include <cwchar>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <vector>
@@ -64,20 +67,59 @@ HGLOBAL WINAPI CountedGlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags)
     g_asked += bytes;
     return g_real.globalReAlloc(memory, bytes, flags);
 }
+// ---- Names: most are looked up on a disk that is made up ----
+
+// One path in so many asks the system's disk; the others are there, as files or as folders, or not, as their text has it.
+constexpr unsigned kAskingTheSystem = 32;
+
+unsigned HashOf(const wchar_t* path)
+{
+    unsigned hash = 2166136261u;
+    for (; *path; ++path)
+        hash = (hash ^ *path) * 16777619u;
+    return hash >> 8;
+}
+bool g_isMadeUp;
+
+bool AsksTheSystem(const wchar_t* path)
+{
+    return !g_isMadeUp || HashOf(path) % kAskingTheSystem == 0;
+}
+
+DWORD MadeUpAttributes(const wchar_t* path)
+{
+    const DWORD kinds[] = { INVALID_FILE_ATTRIBUTES, FILE_ATTRIBUTE_DIRECTORY, FILE_ATTRIBUTE_NORMAL };
+    const DWORD kind = kinds[HashOf(path) % std::size(kinds)];
+    if (kind == INVALID_FILE_ATTRIBUTES)
+        ::SetLastError(ERROR_FILE_NOT_FOUND);
+    return kind;
+}
+// What is there is named so in both ways.
+DWORD MadeUpName(const wchar_t* path, wchar_t* buffer, DWORD room)
+{
+    if (MadeUpAttributes(path) == INVALID_FILE_ATTRIBUTES)
+        return 0;
+    const DWORD units = static_cast<DWORD>(std::wcslen(path));
+    if (room <= units)
+        return units + 1;
+    std::wmemcpy(buffer, path, units + 1);
+    return units;
+}
+
 DWORD WINAPI CountedLongName(const wchar_t* path, wchar_t* buffer, DWORD room)
 {
     ++g_names;
-    return g_real.longName(path, buffer, room);
+    return AsksTheSystem(path) ? g_real.longName(path, buffer, room) : MadeUpName(path, buffer, room);
 }
 DWORD WINAPI CountedShortName(const wchar_t* path, wchar_t* buffer, DWORD room)
 {
     ++g_names;
-    return g_real.shortName(path, buffer, room);
+    return AsksTheSystem(path) ? g_real.shortName(path, buffer, room) : MadeUpName(path, buffer, room);
 }
 DWORD WINAPI CountedAttributes(const wchar_t* path)
 {
     ++g_names;
-    return g_real.attributes(path);
+    return AsksTheSystem(path) ? g_real.attributes(path) : MadeUpAttributes(path);
 }
 
 std::vector<ImportPatch> g_patches;
@@ -123,6 +165,16 @@ unsigned long long WorkCounter::BytesAsked() const
 unsigned long WorkCounter::NameCalls() const
 {
     return g_names;
+}
+
+MadeUpDisk::MadeUpDisk()
+{
+    g_isMadeUp = true;
+}
+
+MadeUpDisk::~MadeUpDisk()
+{
+    g_isMadeUp = false;
 }
 
 // ---- Walls: pages that cannot be touched, each behind a room that is used again ----

@@ -88,7 +88,7 @@ void Mutator::Change(std::string& input)
     }
     case 7: input.insert(at, NumberText()); break;
     case 8: { // the head of this, the tail of another
-        const std::string& other = m_seeds[Below(m_seeds.size())];
+        const std::string& other = Seed();
         input.resize(at);
         input += other.substr(Below(other.size() + 1) / unit * unit);
         break;
@@ -109,10 +109,29 @@ void Mutator::Change(std::string& input)
     }
 }
 
+// Seeds one behind the other, of which one may come over and over. Half are a single one: what only a short input meets must
+// not become rare.
+std::string Mutator::Start()
+{
+    std::string input = Seed();
+    if (Below(2) == 0)
+        return input;
+    for (const size_t wanted = Below(kLongestStart); input.size() < wanted;) {
+        const std::string& piece = Seed();
+        if (piece.empty())
+            break;
+        for (size_t times = Below(4) == 0 ? 1 + Below(20) : 1; times > 0 && input.size() < wanted; --times)
+            input += piece;
+    }
+    return input;
+}
+
 std::string Mutator::Next()
 {
-    std::string input = m_seeds[Below(m_seeds.size())];
-    for (size_t changes = 1 + Below(1 + Below(8)); changes > 0; --changes)
+    std::string input = Start();
+    // A long one has room for more.
+    const size_t most = 8 + input.size() / 100;
+    for (size_t changes = 1 + Below(1 + Below(most)); changes > 0; --changes)
         Change(input);
     if (input.size() > kLongest)
         input.resize(kLongest);

@@ -12,6 +12,7 @@ constexpr wchar_t kSeparator = L'\\';
 
 size_t EatPath(const std::string& input)
 {
+    const MadeUpDisk disk;
     const SString path = UnitsOf(input);
     const Walled walled(Raw(path) + std::string(sizeof(wchar_t), '\0'));
     const wchar_t* const text = walled.As<const wchar_t>();
@@ -76,6 +77,7 @@ bool ComesBackFromUrl(const SString& path)
 
 size_t EatUrl(const std::string& input)
 {
+    const MadeUpDisk disk;
     const SString text = UnitsOf(input);
     const SString path = SFile::URLToPath(text);
     const SString strict = SFile::URLToPath(text, 1);
