@@ -4,6 +4,12 @@
 #include <chrono>
 #include <cstdlib>
 
+namespace {
+
+constexpr int kTimesInALongRun = 10;
+
+} // namespace
+
 unsigned TestSeed()
 {
     static const unsigned seed = [] {
@@ -28,7 +34,7 @@ int Cases(int taste, int full)
     switch (WantedAmount()) {
     case Amount::Taste: return taste;
     case Amount::Full: return full;
-    default: return std::max(full, kMillion);
+    default: return std::max(kTimesInALongRun * full, kMillion);
     }
 }
 

@@ -16,7 +16,8 @@ Amount WantedAmount();
 
 const int kMillion = 1000000;
 
-/// How many random cases a property is tried on: `taste`, or `full` where a run is full, or a million in a long one.
+/// How many random cases a property is tried on: `taste`, or `full` where a run is full, or ten times as many, at least a
+/// million, in a long one.
 int Cases(int taste, int full);
 /// For those that a full run tries no more often.
 int Cases(int taste);
