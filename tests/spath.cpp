@@ -82,9 +82,15 @@ TEST(Paths, AreTakenApart)
         { L"\\a\\..", L"\\" },
         { L"", L"" },
         { L"C:a\\..\\b", L"C:b" },
+        // A name does not become a drive.
+        { L"\\.\\:.", L"\\:." },
+        { L"a\\..\\C:\\b", L".\\C:\\b" },
+        { L".\\C:", L".\\C:" },
     };
-    for (const auto& c : kSimple)
+    for (const auto& c : kSimple) {
         EXPECT_STREQ(c.simple, SFile::SimplifyPath(c.path)) << SString(c.path);
+        EXPECT_STREQ(c.simple, SFile::SimplifyPath(c.simple));
+    }
 }
 
 TEST(Paths, AreClassified)

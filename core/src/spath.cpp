@@ -20,10 +20,16 @@ bool EndsWith(const SString& text, wchar_t c)
     return !text.IsEmpty() && text[text.Length() - 1] == c;
 }
 
+// Whether a path begins with a drive. A name that begins with a colon is none behind a backslash.
+bool IsDrive(const SString& path)
+{
+    return path.GetAt(1) == L':' && path.GetAt(0) != kSeparator;
+}
+
 // The root of a path with its backslash: "X:\", "\\server\share\", "\", or nothing.
 int RootOf(const SString& path)
 {
-    if (path.GetAt(1) == L':')
+    if (IsDrive(path))
         return path.GetAt(2) == kSeparator ? 3 : 2;
     if (path.Compare(L"\\\\", 2) != 0)
         return path.GetAt(0) == kSeparator ? 1 : 0;
@@ -182,6 +188,8 @@ SString SFile::SimplifyPath(const SString& path)
     }
     SStringBuffer joined(path.Length());
     joined.Append(path, root);
+    if (root == 0 && !steps.IsEmpty() && IsDrive(steps[0]))
+        joined.Append(L".\\"); // in front of it stood a step: without one it would name a drive
     for (int i = 0; i < steps.Count(); ++i) {
         if (i > 0)
             joined.Append(kSeparator);
