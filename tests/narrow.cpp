@@ -176,6 +176,19 @@ std::string Utf8Of(const std::wstring& wide)
     return bytes;
 }
 
+// Whether some bytes may become a pair of units. Only with room for it is that comparable: Wine takes half of one where
+// Windows refuses.
+bool MayHoldAPair(const std::string& bytes)
+{
+    constexpr size_t kLongest = 4;
+    for (size_t at = 0; at + kLongest <= bytes.size(); ++at) {
+        const auto isTail = [&](size_t i) { return (bytes[at + i] & 0xC0) == 0x80; };
+        if (static_cast<unsigned char>(bytes[at]) >= 0xF0 && isTail(1) && isTail(2) && isTail(3))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 TEST(Converters, AnswerAsTheSystemForRandomTexts)
@@ -194,14 +207,14 @@ TEST(Converters, AnswerAsTheSystemForRandomTexts)
             narrow += static_cast<char>(kind == 0 || random() % 4 ? random() % 0x80 : random());
         }
         const int size = static_cast<int>(random() % 100);
+        const auto room = [size](const std::string& bytes) { return MayHoldAPair(bytes) ? 200 : size; };
         CompareWide(wide.c_str(), static_cast<int>(wide.size()), size);
-        CompareNarrow(narrow.c_str(), static_cast<int>(narrow.size()), size);
+        CompareNarrow(narrow.c_str(), static_cast<int>(narrow.size()), room(narrow));
         // Sound texts, and sound ones with one byte changed.
         std::string utf8 = Utf8Of(wide);
         if (!utf8.empty() && random() % 2)
             utf8[random() % utf8.size()] = static_cast<char>(random());
-        // With room for all where there may be pairs: Wine takes half of one where Windows refuses.
-        CompareNarrow(utf8.c_str(), static_cast<int>(utf8.size()), kind == 3 ? 200 : size);
+        CompareNarrow(utf8.c_str(), static_cast<int>(utf8.size()), room(utf8));
         ASSERT_FALSE(HasFatalFailure()) << testing::PrintToString(wide) << testing::PrintToString(narrow);
     }
 }
