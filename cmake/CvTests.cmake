@@ -7,6 +7,7 @@ find_path(CV_GOOGLETEST_FOLDER src/gtest-all.cc
 
 # Longer than the watchdog of tests/support/main.cpp waits: it can tell where a hung program stands.
 set(cv_test_seconds 300)
+set(cv_long_test_seconds 3900)
 
 # GoogleTest, built for the target from its sources, and what our tests share.
 function(cv_support_library)
@@ -45,6 +46,16 @@ function(cv_run_as_test name)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${cv_test_seconds})
     if(CVCORE_FULL)
         set_tests_properties(${name} PROPERTIES ENVIRONMENT CV_FULL=1)
+    else()
+        set_tests_properties(${name} PROPERTIES ENVIRONMENT_MODIFICATION CV_LONG=unset:)
+    endif()
+endfunction()
+
+# cv_test_long(NAME...): tests that a long run asks for more of, in the preset that takes the numbers in full. They begin
+# first, since they end last. What hangs is ended by the program's own watchdog, in both kinds of run.
+function(cv_test_long)
+    if(CVCORE_FULL)
+        set_tests_properties(${ARGN} PROPERTIES TIMEOUT ${cv_long_test_seconds} COST 100)
     endif()
 endfunction()
 
@@ -65,7 +76,7 @@ function(cv_test_plain)
     foreach(name IN LISTS ARGN)
         add_test(NAME ${name}_plain COMMAND ${name}_test)
         set_tests_properties(${name}_plain PROPERTIES
-            TIMEOUT ${cv_test_seconds} ENVIRONMENT CVCORE_PLAIN=1)
+            TIMEOUT ${cv_test_seconds} ENVIRONMENT CVCORE_PLAIN=1 ENVIRONMENT_MODIFICATION CV_LONG=unset:)
     endforeach()
 endfunction()
 

@@ -15,6 +15,9 @@ public:
     /// The same seed gives the same inputs, however many are taken.
     Mutator(const Target& target, unsigned seed);
 
+    /// Adds to the inputs that others are made of.
+    void AddSeeds(const Inputs& more) { m_seeds.insert(m_seeds.end(), more.begin(), more.end()); }
+
     /// A seed of the target, or several in a row, after one to eight changes, more in a long one: flipped bits, spliced and
     /// moved pieces, lengths and numbers next to the powers of two, the target's own words, cuts. At most kLongest bytes.
     std::string Next();
@@ -34,7 +37,7 @@ private:
     void Change(std::string& input);
 
     const Target& m_target;
-    const Inputs m_seeds;
+    Inputs m_seeds;
     std::mt19937 m_random;
 };
 
