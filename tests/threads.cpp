@@ -21,11 +21,14 @@
 
 namespace {
 
-/// How often to do what is done so often: CV_ROUNDS is the most, for a checker that takes a thousand times as long.
+/// How often to do what is done so often: a hundred times that in a long run. CV_ROUNDS is the most, for a checker that takes a
+/// thousand times as long.
 const char* const g_mostRounds = std::getenv("CV_ROUNDS");
 int Rounds(int usual)
 {
-    return g_mostRounds ? std::min(usual, std::atoi(g_mostRounds)) : usual;
+    constexpr int kTimesInALongRun = 100;
+    const int wanted = WantedAmount() == Amount::Long ? kTimesInALongRun * usual : usual;
+    return g_mostRounds ? std::min(wanted, std::atoi(g_mostRounds)) : wanted;
 }
 
 constexpr int kThreads = 8;
@@ -141,7 +144,7 @@ TEST(PoolThreads, KeepEveryBlockAndEveryCount)
             place.pool = pools[dice() % std::size(pools)];
             place.block = static_cast<unsigned*>(place.pool->Alloc());
             place.block[1] = place.block[place.pool->ElementSize() / sizeof(unsigned) - 1] =
-                static_cast<unsigned>(t) << 24 | ++number;
+                static_cast<unsigned>(t) << 24 | (++number & 0xFFFFFF);
             if (i % 5000 == 0)
                 place.pool->FreeUnused();
         }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 namespace {
@@ -52,6 +53,7 @@ std::string Trouble(const Target& target, const std::string& input, const WorkCo
     tally.bytes += input.size();
     const unsigned long long askedBefore = work.BytesAsked();
     const unsigned long namesBefore = work.NameCalls();
+    const double begun = Seconds();
     size_t made = 0;
     bool ranOut = false;
     try {
@@ -71,6 +73,7 @@ std::string Trouble(const Target& target, const std::string& input, const WorkCo
     catch (const std::exception& error) {
         return std::string("a foreign exception: ") + error.what();
     }
+    tally.slowest = std::max(tally.slowest, Seconds() - begun);
     const unsigned long long asked = work.BytesAsked() - askedBefore;
     if (!ranOut && asked > kBytesAtOnce + kBytesForOne * (input.size() + made))
         return "it asked for " + std::to_string(asked) + " bytes of memory";

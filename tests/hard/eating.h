@@ -14,6 +14,7 @@
 struct Tally {
     unsigned long inputs = 0, refused = 0;
     unsigned long long bytes = 0;
+    double slowest = 0; ///< seconds that one of them took, of a clock that may tick in hundredths
 };
 
 /// Whether an input is taken or refused as it should be, with memory and look-ups in proportion. If not, it is made small, saved
