@@ -8,8 +8,6 @@ extern "C" const char __executable_start;
 
 namespace {
 
-constexpr unsigned kEdges = 1 << 18;
-
 bool g_watches;
 bool g_isMarked[kEdges];
 unsigned g_marked[kEdges]; // the marked ones, in the order in which they were passed

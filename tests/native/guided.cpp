@@ -14,8 +14,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,14 +23,6 @@ namespace {
 // Of one target: the files of all of them are to stay below 64 KiB.
 constexpr size_t kMostKept = 4600;
 constexpr double kUsualSeconds = 5;
-
-Edges Without(const Edges& edges, const std::set<unsigned>& known)
-{
-    Edges rest;
-    std::copy_if(edges.begin(), edges.end(), std::back_inserter(rest),
-                 [&known](unsigned edge) { return known.count(edge) == 0; });
-    return rest;
-}
 
 struct Find {
     std::string input;
@@ -44,14 +34,12 @@ class Guide {
 public:
     explicit Guide(const Target& target) : m_target(target), m_mutator(target, TestSeed())
     {
-        for (const std::string& seed : target.seeds()) {
-            const Edges passed = Passed(seed);
-            m_ofSeeds.insert(passed.begin(), passed.end());
-        }
+        for (const std::string& seed : target.seeds())
+            m_ofSeeds.Add(Passed(seed));
         m_known = m_ofSeeds;
     }
 
-    size_t Known() const { return m_known.size(); }
+    size_t Known() const { return m_known.Count(); }
     const Tally& Eaten() const { return m_tally; }
     bool IsSound() const { return m_isSound; }
 
@@ -60,15 +48,15 @@ public:
     /// Keeps an input that reaches something new, cut down to what it needs for that.
     void Try(const std::string& input)
     {
-        if (Without(Passed(input), m_known).empty())
+        if (m_known.NewOnes(Passed(input)).empty())
             return;
         // What pools and caches have left over decides some ways: those are not the input's.
-        const Edges fresh = Without(Passed(input), m_known);
+        const Edges fresh = m_known.NewOnes(Passed(input));
         if (fresh.empty())
             return;
         const std::string small = Reduced(input, fresh);
-        const Edges edges = Without(Passed(small), m_ofSeeds);
-        m_known.insert(edges.begin(), edges.end());
+        const Edges edges = m_ofSeeds.NewOnes(Passed(small));
+        m_known.Add(edges);
         m_finds.push_back({ small, edges });
         m_mutator.AddSeeds({ small });
     }
@@ -80,22 +68,22 @@ public:
         std::stable_sort(m_finds.begin(), m_finds.end(),
                          [](const Find& a, const Find& b) { return a.input.size() < b.input.size(); });
         std::vector<const Find*> chosen;
-        std::set<unsigned> reached;
+        EdgeSet reached;
         size_t size = 0;
         for (const Find& find : m_finds) {
-            if (size + KeptSize(find.input) > kMostKept || Without(find.edges, reached).empty())
+            if (size + KeptSize(find.input) > kMostKept || reached.NewOnes(find.edges).empty())
                 continue;
-            reached.insert(find.edges.begin(), find.edges.end());
+            reached.Add(find.edges);
             chosen.push_back(&find);
             size += KeptSize(find.input);
         }
         for (size_t i = 0; i < chosen.size();) {
-            std::set<unsigned> others;
+            EdgeSet others;
             for (size_t other = 0; other < chosen.size(); ++other) {
                 if (other != i)
-                    others.insert(chosen[other]->edges.begin(), chosen[other]->edges.end());
+                    others.Add(chosen[other]->edges);
             }
-            if (Without(chosen[i]->edges, others).empty())
+            if (others.NewOnes(chosen[i]->edges).empty())
                 chosen.erase(chosen.begin() + static_cast<std::ptrdiff_t>(i));
             else
                 ++i;
@@ -138,7 +126,7 @@ private:
     const WorkCounter m_work;
     Tally m_tally;
     bool m_isSound = true;
-    std::set<unsigned> m_ofSeeds, m_known;
+    EdgeSet m_ofSeeds, m_known;
     std::vector<Find> m_finds;
 };
 
