@@ -212,6 +212,30 @@ TEST(RtfMerge, TakesTheDocumentsOwnMattersFromTheFirst)
                      Occurrences(document, L"title U"));
 }
 
+TEST(RtfMerge, KeepsAWordFromWhatFollowsSomethingThatGoes)
+{
+    // \\bi and n3 must not become the \\bin3 that swallows three braces.
+    static constexpr std::wstring_view kBetween[] = {
+        std::wstring_view(L"\0", 1),
+        std::wstring_view(L"\0\0", 2),
+        L"\\\x80",
+        std::wstring_view(L"\\\x80\0", 3),
+        L"{\\fonttbl}",
+        L"\\bin0 ",
+        L"\\ansi ",
+    };
+    for (const std::wstring_view between : kBetween) {
+        std::wstring text(L"{\\rtf1\\bi");
+        text += between;
+        text += L"n3{{{x}}}}";
+        SRtfMerger merger;
+        ASSERT_EQ(1, merger.AddFragment(SString(std::wstring_view(text)))) << text;
+        const SString document = merger.GetDocument();
+        EXPECT_NE(nullptr, document.Find(L"\\bi n3{{{x}}}")) << document;
+        EXPECT_EQ(1, SRtfMerger::Check(document)) << document;
+    }
+}
+
 TEST(RtfMerge, KeepsListsApart)
 {
     const wchar_t* const kFragment =

@@ -23,6 +23,18 @@ bool IsPlain(wchar_t c)
     return c != L'\0' && c < 0x80;
 }
 
+// What follows the backslash; NUL at the end of the text.
+wchar_t SymbolOf(const RtfToken& token)
+{
+    return token.Text().size() > 1 ? token.start[1] : L'\0';
+}
+
+// No reader knows a symbol like this, and it would break the 7 bits.
+bool IsDroppedSymbol(const RtfToken& token)
+{
+    return token.kind == RtfToken::kSymbol && !IsLineEnd(SymbolOf(token)) && !IsPlain(SymbolOf(token));
+}
+
 } // namespace
 
 RtfBodyRewriter::RtfBodyRewriter(const RtfFragment& fragment, RtfDecoder& decoder, RtfListNumbers& numbers,
@@ -54,8 +66,11 @@ void RtfBodyRewriter::Run()
         // A character behind \u in another group is none of its substitutes.
         if (token.kind <= RtfToken::kClose)
             m_toSkip = 0;
-        if (token.kind != RtfToken::kWord && token.kind != RtfToken::kOpen) {
-            if (token.kind == RtfToken::kText && m_gap && m_unended) {
+        if (IsDroppedSymbol(token)) {
+            m_gap = true;
+        } else if (token.kind != RtfToken::kWord && token.kind != RtfToken::kOpen) {
+            // A NUL at the begin of a text goes too.
+            if (token.kind == RtfToken::kText && m_unended && (m_gap || *token.start == L'\0')) {
                 CopyUpTo(token.start);
                 *m_out << L' ';
             }
@@ -313,12 +328,12 @@ void RtfBodyRewriter::OnSymbol(const RtfToken& token)
 {
     if (m_toSkip > 0)
         --m_toSkip;
-    const wchar_t c = token.Text().size() > 1 ? token.start[1] : L'\0';
+    const wchar_t c = SymbolOf(token);
     if (IsLineEnd(c))
         EndParagraph();
     else if (c == L'~' || c == L'_' || c == L'{' || c == L'}' || c == L'\\')
         Prints(token.start);
-    else if (!IsPlain(c))
+    else if (IsDroppedSymbol(token))
         ReplaceUpTo(token.start, token.end);
 }
 
