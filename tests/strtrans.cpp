@@ -106,6 +106,8 @@ TEST(Symbols, AreFoundAsInAMap)
             change();
         for (int step = 0; step < 20; ++step) {
             ask(symbols, 3 * static_cast<int>(kinds));
+            change();
+            ask(symbols, 2 * static_cast<int>(kinds));
             const SSymbolTable copy(symbols);
             ask(copy, 2 * static_cast<int>(kinds));
             SSymbolTable moved(std::move(symbols));
