@@ -3,15 +3,11 @@
 
 #include "sexcept.h"
 
-#include "support/seed.h"
 #include "support/stringhelp.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
 #include <string>
-#include <utility>
 
 namespace {
 
@@ -63,65 +59,6 @@ TEST(Symbols, AreToldApartByNameAndId)
     EXPECT_EQ(3, copy.Count());
     symbols.Clear();
     EXPECT_EQ(0, symbols.Count());
-}
-
-// Names are found by their order and, in tables that are asked often, by their hash: whatever was added, taken out, copied or
-// moved in between.
-TEST(Symbols, AreFoundAsInAMap)
-{
-    typedef std::map<std::wstring, std::wstring> Model;
-    std::mt19937 random(TestSeed());
-    const auto name = [&](unsigned kinds) {
-        const std::wstring names[] = { L"", L"x", L"name " + std::to_wstring(random() % kinds),
-                                       std::wstring(random() % 9, L'a') + std::to_wstring(random() % 7) };
-        return names[random() % 8 ? 2 : random() % 4];
-    };
-    for (int round = 0; round < Cases(12, 500); ++round) {
-        SSymbolTable symbols;
-        Model model;
-        const unsigned kinds = round % 4 ? 40 : 4000;
-        const auto change = [&] {
-            const std::wstring changed = name(kinds), value = std::to_wstring(random());
-            if (random() % 3) {
-                const bool isNew = symbols.Set(changed.c_str(), 1, value.c_str());
-                ASSERT_EQ(model.insert_or_assign(changed, value).second, isNew);
-            } else {
-                const int removed = symbols.Remove(changed.c_str());
-                ASSERT_EQ(static_cast<int>(model.erase(changed)), removed);
-            }
-        };
-        const auto ask = [&](const SSymbolTable& asked, int times) {
-            for (; times > 0; --times) {
-                const std::wstring wanted = name(kinds);
-                const SSymbol* const found =
-                    asked.Find(wanted.c_str(), random() % 2 ? 1 : SSymbolTable::kAnyId);
-                const Model::const_iterator expected = model.find(wanted);
-                ASSERT_EQ(expected != model.end(), found != nullptr) << testing::PrintToString(wanted);
-                if (found) {
-                    ASSERT_EQ(expected->second, found->value.PszStr());
-                }
-            }
-        };
-        for (unsigned i = 0; i < kinds; ++i)
-            change();
-        for (int step = 0; step < 20; ++step) {
-            ask(symbols, 3 * static_cast<int>(kinds));
-            change();
-            ask(symbols, 2 * static_cast<int>(kinds));
-            const SSymbolTable copy(symbols);
-            ask(copy, 2 * static_cast<int>(kinds));
-            SSymbolTable moved(std::move(symbols));
-            ASSERT_EQ(nullptr, symbols.Find(L"x", 1));
-            ask(moved, 2 * static_cast<int>(kinds));
-            symbols = step % 2 ? copy : std::move(moved);
-            ask(symbols, 10);
-            change();
-            ask(symbols, 10);
-        }
-        symbols.Clear();
-        model.clear();
-        ask(symbols, 100);
-    }
 }
 
 TEST_F(Expanded, VariablesBecomeTheirValues)

@@ -7,14 +7,12 @@
 // Value    copying copies the entries and shares the texts.
 // Threads  one table belongs to one thread at a time.
 // Failure  adding throws SEOutOfMemory and leaves the table as it was.
-// Cost     logarithmic; constant for a table that is asked more often than it has names while no name comes or goes.
-//          Symbols never move: pointers stay good until theirs is removed.
+// Cost     logarithmic. Symbols never move: pointers stay good until theirs is removed.
 #ifndef SYMTAB_H
 #define SYMTAB_H
 
 #include "smap.h"
 #include "strclss.h"
-#include "tablemem.h"
 
 /// What is known under a name and an id.
 struct SSymbol {
@@ -40,48 +38,9 @@ public:
 
 private:
     typedef SMap<long, SSymbol> SymbolsOfName;
-    typedef SMap<SString, SymbolsOfName> Names;
 
-    // Where names stand, by their hash: made when it has been missed often enough, gone when a name comes or goes. It points
-    // into one table, so another one never gets it.
-    class Index {
-    public:
-        Index() = default;
-        Index(const Index&) noexcept {}
-        Index(Index&& other) noexcept { other.Forget(); }
-        Index& operator=(const Index&) noexcept
-        {
-            Forget();
-            return *this;
-        }
-        Index& operator=(Index&& other) noexcept
-        {
-            Forget();
-            other.Forget();
-            return *this;
-        }
-        void Forget() noexcept
-        {
-            m_slots.Clear();
-            m_missed = 0;
-        }
-        const SymbolsOfName* Find(const Names& names, const SString& name);
-
-    private:
-        struct Slot {
-            unsigned long hash;
-            const Names::value_type* entry;
-        };
-
-        bool Make(const Names& names);
-
-        STable<Slot> m_slots; // a power of two of them, half of them free at least
-        int m_missed = 0;
-    };
-
-    Names m_names;
+    SMap<SString, SymbolsOfName> m_names;
     int m_count = 0;
-    mutable Index m_index;
 };
 
 #endif
