@@ -394,6 +394,18 @@ TEST(StringBuilder, GathersAndHandsItsBufferOver)
     EXPECT_EQ(1, out.Length());
 }
 
+TEST(StringBuilder, GrowsByWhatIsAddedWhoeverTakesCopiesMeanwhile)
+{
+    const StringsAtRest rest;
+    SStringBuffer out;
+    for (int i = 0; i < 100; ++i) {
+        const SString copy(out);
+        out << L'x';
+        ASSERT_EQ(i, copy.Length());
+        ASSERT_LE(SString(out).Capacity(), 1000);
+    }
+}
+
 TEST(StringLengths, ThatOverflowAreOutOfMemory)
 {
     SString s(L"abc");

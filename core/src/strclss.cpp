@@ -17,6 +17,7 @@
 #include "sexcept.h"
 #include "strbuffer.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -456,12 +457,15 @@ void SString::GrowLarge(int n)
     m_text[capacity] = L'\0';
 }
 
-// A private buffer of at least the present text with room for `n`, for builders: twice as large as before.
+// A private buffer of at least the present text with room for `n`, for builders: twice as large as before. A shared one need
+// not be full: it would double with each copy that is taken, so there is a bound by what is needed.
 void SString::GrowAhead(int n)
 {
+    const auto twice = [](long units) {
+        return units > kMaxLength / 2 ? kMaxLength : 2 * static_cast<int>(units);
+    };
     const SStringData* data = GetData();
-    const int twice = data->capacity > kMaxLength / 2 ? kMaxLength : 2 * static_cast<int>(data->capacity);
-    const int wanted = n > twice ? n : twice;
+    const int wanted = std::max(n, std::min(twice(data->capacity), twice(n)));
     if (data->IsOwn() && data->capacity > kLargestCapacity)
         GrowLarge(wanted);
     else
