@@ -82,6 +82,10 @@ TEST(Paths, AreTakenApart)
         { L"\\a\\..", L"\\" },
         { L"", L"" },
         { L"C:a\\..\\b", L"C:b" },
+        // Behind a drive alone a path is relative and stays so.
+        { L"C:..\\a", L"C:..\\a" },
+        { L"C:a\\..\\..\\b\\", L"C:..\\b\\" },
+        { L"C:.\\", L"C:" },
         // A name does not become a drive.
         { L"\\.\\:.", L"\\:." },
         { L"a\\..\\C:\\b", L".\\C:\\b" },

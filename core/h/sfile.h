@@ -203,8 +203,9 @@ public:
     /// second argument makes no difference any more. Empty when the result does not fit 260 characters or the length of
     /// the text, whichever is more.
     static SString NormalizeFileName(const SString& path, int unused = 0);
-    /// Takes "." and ".." steps and repeated backslashes out, without looking at the disk. Steps above the root go. A "." stays
-    /// in front of a name that would be a drive without it.
+    /// Takes "." and ".." steps and repeated backslashes out, without looking at the disk. Steps above the root go; those
+    /// above where a relative path begins stay, also behind a drive ("C:..\a"). A "." stays in front of a name that would be a
+    /// drive without it.
     static SString SimplifyPath(const SString& path);
     /// In long (short) names, as far as the path exists; the rest stays as it is.
     static SString ToLongNames(const SString& path);

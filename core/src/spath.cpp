@@ -172,6 +172,8 @@ SString SFile::NormalizeFileName(const SString& path, int)
 SString SFile::SimplifyPath(const SString& path)
 {
     const int root = RootOf(path);
+    // A drive alone is no root: what follows counts from the drive's current folder.
+    const bool isRelative = root == 0 || (IsDrive(path) && path.GetAt(2) != kSeparator);
     STable<SString> steps;
     for (int at = root; at < path.Length();) {
         int end = path.FindPos(kSeparator, at);
@@ -183,7 +185,7 @@ SString SFile::SimplifyPath(const SString& path)
         const bool goesUp = step == L"..";
         if (goesUp && steps.Count() > 0 && steps[steps.Count() - 1] != L"..")
             steps.Remove(steps.Count() - 1);
-        else if (!goesUp || root == 0)
+        else if (!goesUp || isRelative)
             steps.Add(step);
     }
     SStringBuffer joined(path.Length());
@@ -196,7 +198,7 @@ SString SFile::SimplifyPath(const SString& path)
         joined.Append(steps[i]);
     }
     SString result = joined.Detach();
-    if (EndsWith(path, kSeparator) && !EndsWith(result, kSeparator) && !result.IsEmpty())
+    if (EndsWith(path, kSeparator) && !EndsWith(result, kSeparator) && !steps.IsEmpty())
         result += kSeparator;
     return result.IsEmpty() && !path.IsEmpty() ? SString(L".") : result;
 }
