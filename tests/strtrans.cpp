@@ -172,6 +172,7 @@ namespace {
 /// Answers from itself, writes brackets around texts, and gives up at "stop".
 class Own : public SStringTranslator {
 public:
+    using SStringTranslator::AppendText;
     using SStringTranslator::FormatOptions;
     using SStringTranslator::GetOptions;
 
@@ -214,6 +215,16 @@ TEST(Translator, LetsDerivedClassesLookUpAndEmit)
     EXPECT_EQ(0x7FFFFFFF, options.width);
     EXPECT_EQ(0x7FFFFFFF, options.precision);
     EXPECT_THROW(own.Translate(L"%2147483647:x%", status, 7), SEOutOfMemory);
+}
+
+TEST(Translator, EmitsPiecesOfTheResultItself)
+{
+    // So large that the memory is unmapped with the buffer.
+    constexpr int kUnits = 1000000;
+    Own own;
+    SString out(L'x', kUnits);
+    own.AppendText(out, out.begin() + 1);
+    EXPECT_EQ(SString(L'x', 2 * kUnits - 1), out);
 }
 
 TEST_F(Expanded, LongTextsTakeTimeInProportion)

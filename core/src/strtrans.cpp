@@ -29,7 +29,10 @@ void AppendGrowing(SString& out, const wchar_t* text, size_t length)
     if (length > static_cast<size_t>(SString::kMaxLength - before))
         throw SEOutOfMemory(S_HERE);
     const int needed = before + static_cast<int>(length);
+    SString old;
     if (needed > out.Capacity() && needed > kSmall && before > 0) {
+        if (text >= out.begin() && text <= out.end())
+            old = out; // a piece of the text itself must outlive the buffer that it stands in
         out.LockTchar(needed > SString::kMaxLength / 2 ? SString::kMaxLength : 2 * needed);
         out.UnlockTchar(before);
     }
