@@ -266,6 +266,21 @@ TEST(Map, OrdersStringKeysByUnitAndIgnoringCase)
     });
 }
 
+TEST(Map, OrdersAsAClientsOrderThatIsDerivedFromOneOfTheLibrary)
+{
+    struct Falling : SAsc<SString> {
+        static int Compare(const SString& a, const SString& b) { return SAsc<SString>::Compare(b, a); }
+    };
+    CheckedMap<SString, int, Falling> map;
+    for (const wchar_t* key : { L"b", L"a", L"c", L"a" })
+        ++map[SString(key)];
+    EXPECT_EQ("", map.Broken());
+    std::wstring all;
+    for (const auto& [key, value] : map)
+        all += key[0];
+    EXPECT_EQ(L"cba", all);
+}
+
 // Such a key was sorted by its own text and became an empty one when it was stored: out of order, and one of several.
 TEST(Map, TakesAKeyThatBeginsWithANulForTheEmptyOne)
 {

@@ -3,7 +3,8 @@
 // A comparator of a map has a static Compare(a, b) that answers negative, 0 or positive. It may name more:
 //   Other, Probe  something else that a search takes in place of a key, and a type that a search makes of it once; then there
 //                 is a Compare(const Probe&, key).
-//   Hint          STextHint; then there is a static HintOf(key), and a HintOf(const Probe&) where there are probes.
+//   Hinted        itself; then there is a static HintOf(key), and a HintOf(const Probe&) where there are probes, that give an
+//                 STextHint. What is derived from it may order otherwise, so that has no hints unless it names itself.
 #ifndef MAPKEY_H
 #define MAPKEY_H
 
@@ -58,7 +59,7 @@ template <>
 struct SAsc<SString> {
     typedef const wchar_t* Other;
     typedef STextProbe Probe;
-    typedef STextHint Hint;
+    typedef SAsc Hinted;
 
     static int Compare(const SString& a, const SString& b)
     {
@@ -80,7 +81,7 @@ struct SAsc<SString> {
 struct SAscNoCase {
     typedef const wchar_t* Other;
     typedef STextProbe Probe;
-    typedef STextHint Hint;
+    typedef SAscNoCase Hinted;
 
     static int Compare(const SString& a, const SString& b)
     {

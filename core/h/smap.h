@@ -56,7 +56,7 @@ struct OtherOf<C, std::void_t<typename C::Other>> {
 template <class C, class = void>
 constexpr bool kHasHints = false;
 template <class C>
-constexpr bool kHasHints<C, std::void_t<typename C::Hint>> = true;
+constexpr bool kHasHints<C, std::void_t<typename C::Hinted>> = std::is_same_v<typename C::Hinted, C>;
 
 } // namespace SMapDetail
 
@@ -220,15 +220,16 @@ protected:
         return entry;
     }
 
-    Entry* AllocEntry() override
+    // Final, since what stands in front of an entry is this class's own.
+    Entry* AllocEntry() final
     {
         SFixedAlloc* const pool = Pool();
         char* block = pool ? static_cast<char*>(pool->TryAlloc()) : nullptr;
         return block ? reinterpret_cast<Entry*>(block + Lead()) : nullptr;
     }
-    void FreeEntry(Entry* entry) override { Pool()->Free(reinterpret_cast<char*>(entry) - Lead()); }
+    void FreeEntry(Entry* entry) final { Pool()->Free(reinterpret_cast<char*>(entry) - Lead()); }
     void DestroyPayload(void* payload) override { static_cast<P*>(payload)->~P(); }
-    void CopyPayload([[maybe_unused]] void* payload, [[maybe_unused]] const void* value) override
+    void CopyPayload([[maybe_unused]] void* payload, [[maybe_unused]] const void* value) final
     {
         // Who copies a map of values that cannot be copied is stopped by SMap's own copying.
         if constexpr (std::is_copy_constructible_v<P>) {
