@@ -219,7 +219,7 @@ TEST(RtfTags, AreThoseOfALoopOverTheirCharacters)
         std::wstring text = RandomRtf(random, 200);
         text.resize(std::min(text.find(L'\0'), text.size()));
         // The NUL is the last thing that may be read.
-        const wchar_t* at = guarded.AtEnd(text.c_str(), text.size() + 1, random() % 64);
+        const wchar_t* at = guarded.AtEnd(text.c_str(), text.size() + 1, random() % 32 * sizeof(wchar_t));
         const wchar_t* start;
         std::wstring tags;
         for (long length; SRtfText::GetNextTag(&start, &length, at, 0); at = start + length)
