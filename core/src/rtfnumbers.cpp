@@ -186,11 +186,10 @@ void Changes::CutSpace(const wchar_t* at)
     Add({ from, at, nullptr });
 }
 
-// Of a control word; the blank behind it belongs to it. Returns its end.
+// Of a control word. Returns its end.
 const wchar_t* Changes::CheckControl(const wchar_t* at)
 {
-    const wchar_t* tagEnd = RtfTags::EndOfWord(at, m_end);
-    tagEnd += *tagEnd == L' ' || *tagEnd == L'\t';
+    const wchar_t* const tagEnd = at + RtfTags::ControlLength(at, RtfTags::ToPosition{ m_end });
     const Rule* const rule = RuleFor({ at, tagEnd });
     if (!rule)
         return tagEnd;

@@ -147,6 +147,23 @@ inline const wchar_t* FindBefore(const wchar_t* at, const wchar_t* end)
     return at < end ? at : end;
 }
 
+/// Where a control word ends that goes on at `at`: before the next brace, backslash or white space, or at `end`.
+inline const wchar_t* EndOfWord(const wchar_t* at, const wchar_t* end)
+{
+    using namespace TextKern;
+    constexpr int kMost = 16;
+    if (S_UNLIKELY(end - at < kMost))
+        return FindBefore<ControlEnds>(at, end);
+    const Block bytes = InBytes(at);
+    const Block low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes);
+    for (unsigned ends = Lanes(Either(MarkBytes(bytes), low)); ends; ends &= ends - 1) {
+        const wchar_t* const found = at + LowestBit(ends);
+        if (*found != L'\0' && ControlEnds::Has(*found))
+            return found;
+    }
+    return FindBefore<ControlEnds>(at + kMost, end);
+}
+
 /// Finds all braces and backslashes of a piece of text at once: what follows then needs no loop of its own for each.
 class MarkPlaces {
 public:
@@ -202,24 +219,6 @@ private:
     const wchar_t* m_places[kUnits + kAtOnce];
     int m_count = 0;
 };
-
-/// Where a control word ends whose backslash stands at `at`: before the next brace, backslash or white space, or at `end`.
-inline const wchar_t* EndOfWord(const wchar_t* at, const wchar_t* end)
-{
-    using namespace TextKern;
-    constexpr int kMost = 16;
-    ++at;
-    if (S_UNLIKELY(end - at < kMost))
-        return FindBefore<ControlEnds>(at, end);
-    const Block bytes = InBytes(at);
-    const Block low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes);
-    for (unsigned ends = Lanes(Either(MarkBytes(bytes), low)); ends; ends &= ends - 1) {
-        const wchar_t* const found = at + LowestBit(ends);
-        if (*found != L'\0' && ControlEnds::Has(*found))
-            return found;
-    }
-    return FindBefore<ControlEnds>(at + kMost, end);
-}
 
 } // namespace RtfTags
 

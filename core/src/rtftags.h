@@ -44,11 +44,7 @@ struct ToNul {
     {
         return Find<Ends>(at);
     }
-    template <class Ends>
-    size_t DistanceNear(const wchar_t* at) const
-    {
-        return RtfTags::DistanceNear<Ends>(at);
-    }
+    size_t ToWordEnd(const wchar_t* at) const { return DistanceNear<ControlEnds>(at); }
     template <class IsEnd>
     const wchar_t* FindTextEnd(const wchar_t* at, IsEnd isEnd) const
     {
@@ -65,11 +61,7 @@ struct ToPosition {
     {
         return FindBefore<Ends>(at, end);
     }
-    template <class Ends>
-    size_t DistanceNear(const wchar_t* at) const
-    {
-        return static_cast<size_t>(FindBefore<Ends>(at, end) - at);
-    }
+    size_t ToWordEnd(const wchar_t* at) const { return static_cast<size_t>(EndOfWord(at, end) - at); }
     template <class IsEnd>
     const wchar_t* FindTextEnd(const wchar_t* at, IsEnd isEnd) const
     {
@@ -155,7 +147,7 @@ inline const wchar_t* EndOfText(const wchar_t* at, Text text)
 template <class Text>
 inline ptrdiff_t ControlLength(const wchar_t* at, Text text)
 {
-    const size_t length = 1 + text.template DistanceNear<ControlEnds>(at + 1);
+    const size_t length = 1 + text.ToWordEnd(at + 1);
     const wchar_t c = text.UnitAt(at + length);
     return static_cast<ptrdiff_t>(c == L' ' || c == L'\t' ? length + 1 : length);
 }
