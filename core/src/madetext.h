@@ -2,7 +2,6 @@
 #ifndef MADETEXT_H
 #define MADETEXT_H
 
-#include "copytext.h"
 #include "strclss.h"
 
 /// A text whose characters are all written by the one who makes it, so it need not be measured afterwards as a locked buffer is.
@@ -19,17 +18,6 @@ public:
         data->length = length;
         data->Text()[length] = L'\0';
         return data->Text();
-    }
-    /// Appends characters that do not overlap its end, where there is room for them; false and no change otherwise.
-    bool AppendInRoom(const wchar_t* text, size_t length) noexcept
-    {
-        SStringData* const data = GetData();
-        if (!data->IsOwn() || length > static_cast<size_t>(data->capacity - data->length))
-            return false;
-        TextKern::CopyText(data->Text() + data->length, text, length);
-        data->length += static_cast<int>(length);
-        data->Text()[data->length] = L'\0';
-        return true;
     }
 };
 

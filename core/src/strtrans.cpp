@@ -19,12 +19,6 @@ constexpr int kSmall = 2048;
 // Appending grows a string by a fixed step, which makes many small pieces quadratic; doubling keeps them linear.
 void AppendGrowing(SString& out, const wchar_t* text, size_t length)
 {
-    MadeText made;
-    made.swap(out);
-    const bool hadRoom = made.AppendInRoom(text, length);
-    made.swap(out);
-    if (hadRoom)
-        return;
     const int before = out.Length();
     if (length > static_cast<size_t>(SString::kMaxLength - before))
         throw SEOutOfMemory(S_HERE);
